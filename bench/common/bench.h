@@ -1,0 +1,55 @@
+// Shared pieces of the benchmarks: loading a peer library privately,
+// timing, and the report line.
+#pragma once
+#include <string>
+
+namespace qor::bench {
+
+// A peer library opened with RTLD_LOCAL, so its BLAS names do not clash
+// with ours. sym() gives null when the library or the name is missing.
+class Peer {
+ public:
+  Peer(const char* label, const char* const* files);
+  ~Peer();
+  bool ok() const { return handle_ != nullptr; }
+  const std::string& label() const { return label_; }
+  void* sym(const char* name) const;
+  template <class F> F* fn(const char* name) const { return reinterpret_cast<F*>(sym(name)); }
+  // Sets the peer's thread count where it has a call for it.
+  void set_threads(int n) const;
+
+ private:
+  std::string label_;
+  void* handle_ = nullptr;
+};
+
+Peer& openblas();
+Peer& blis();
+
+// Best time in seconds of `body` over repetitions, running at least
+// `min_seconds` in all and at least `min_reps` times.
+template <class F>
+double best_time(F&& body, double min_seconds = 0.2, int min_reps = 3);
+
+double now();
+
+// One result line: what, size, then our figure and each peer's, with ratios
+// (peer time / our time: above 1 means we are faster).
+void report(const std::string& what, const std::string& size, double ours_s, const char* unit, double work,
+            const std::string& peer1 = "", double peer1_s = 0, const std::string& peer2 = "", double peer2_s = 0);
+
+template <class F>
+double best_time(F&& body, double min_seconds, int min_reps) {
+  double best = 1e300, total = 0;
+  for (int r = 0; r < min_reps || total < min_seconds; ++r) {
+    double t0 = now();
+    body();
+    double t = now() - t0;
+    total += t;
+    if (t < best) best = t;
+    if (r > 10000) break;
+  }
+  return best;
+}
+
+}  // namespace qor::bench

@@ -1,0 +1,211 @@
+// Processor facts from CPUID, the processor path and the tier.
+//
+// Facts are read once. The answers the kernel member gets (cpuiszen and its
+// kin) follow the path in force, which is the automatic choice unless the
+// environment or a test set another. All answers are plain loads.
+#include <cpuid.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <strings.h>
+
+#include "frame/services.h"
+#include "qor/qor.h"
+
+namespace {
+
+struct Facts {
+  qor_cpu_facts f{};
+  int auto_path = QOR_CPU_PATH_BASELINE;
+};
+
+unsigned long long xgetbv0() {
+  unsigned lo, hi;
+  __asm__ volatile("xgetbv" : "=a"(lo), "=d"(hi) : "c"(0));
+  return (static_cast<unsigned long long>(hi) << 32) | lo;
+}
+
+// Size in bytes of the data or unified cache of a level, from the
+// deterministic cache leaves (4 on Intel, 0x8000001D on AMD).
+int64_t cache_bytes(unsigned leaf, unsigned max_leaf, int level) {
+  if (max_leaf < leaf) return 0;
+  for (unsigned i = 0; i < 16; ++i) {
+    unsigned a, b, c, d;
+    __cpuid_count(leaf, i, a, b, c, d);
+    unsigned type = a & 31;
+    if (type == 0) break;
+    if (static_cast<int>((a >> 5) & 7) != level || type == 2) continue;  // skip instruction caches
+    int64_t ways = ((b >> 22) & 0x3ff) + 1, parts = ((b >> 12) & 0x3ff) + 1, line = (b & 0xfff) + 1;
+    return ways * parts * line * (static_cast<int64_t>(c) + 1);
+  }
+  return 0;
+}
+
+Facts detect() {
+  Facts r;
+  qor_cpu_facts& f = r.f;
+  unsigned a, b, c, d;
+  __cpuid(0, a, b, c, d);
+  unsigned max_leaf = a;
+  std::memcpy(f.vendor + 0, &b, 4);
+  std::memcpy(f.vendor + 4, &d, 4);
+  std::memcpy(f.vendor + 8, &c, 4);
+  f.vendor[12] = '\0';
+  __cpuid(1, a, b, c, d);
+  unsigned base_family = (a >> 8) & 15, base_model = (a >> 4) & 15;
+  f.family = static_cast<int>(base_family == 15 ? base_family + ((a >> 20) & 0xff) : base_family);
+  f.model = static_cast<int>((base_family == 6 || base_family == 15) ? (((a >> 16) & 15) << 4) | base_model : base_model);
+  f.stepping = static_cast<int>(a & 15);
+  f.sse3 = (c >> 0) & 1;
+  f.ssse3 = (c >> 9) & 1;
+  f.sse41 = (c >> 19) & 1;
+  f.sse42 = (c >> 20) & 1;
+  f.popcnt = (c >> 23) & 1;
+  bool osxsave = (c >> 27) & 1;
+  bool ymm_ok = osxsave && (xgetbv0() & 6) == 6;
+  bool zmm_ok = osxsave && (xgetbv0() & 0xe6) == 0xe6;
+  f.avx = ymm_ok && ((c >> 28) & 1);
+  f.fma = f.avx && ((c >> 12) & 1);
+  if (max_leaf >= 7) {
+    __cpuid_count(7, 0, a, b, c, d);
+    f.avx2 = f.avx && ((b >> 5) & 1);
+    f.avx512f = zmm_ok && ((b >> 16) & 1);
+  }
+  __cpuid(0x80000000, a, b, c, d);
+  unsigned max_ext = a;
+  if (max_ext >= 0x80000001) {
+    __cpuid(0x80000001, a, b, c, d);
+    f.fma4 = f.avx && ((c >> 16) & 1);
+  }
+
+  bool amd = std::strcmp(f.vendor, "AuthenticAMD") == 0;
+  bool intel = std::strcmp(f.vendor, "GenuineIntel") == 0;
+  f.barcelona = amd && (f.family == 0x10 || f.family == 0x12 || f.family == 0x14);
+  f.bulldozer = amd && f.family == 0x15;
+  f.zen = amd && f.family >= 0x17;
+  f.clx = intel && f.family == 6 && f.model == 0x55 && f.stepping >= 5;
+  f.icx = intel && f.family == 6 && (f.model == 0x6a || f.model == 0x6c);
+
+  if (amd) {
+    f.l1d_bytes = cache_bytes(0x8000001d, max_ext, 1);
+    f.l2_bytes = cache_bytes(0x8000001d, max_ext, 2);
+    f.l3_bytes = cache_bytes(0x8000001d, max_ext, 3);
+  } else {
+    f.l1d_bytes = cache_bytes(4, max_leaf, 1);
+    f.l2_bytes = cache_bytes(4, max_leaf, 2);
+    f.l3_bytes = cache_bytes(4, max_leaf, 3);
+  }
+  if (f.l1d_bytes == 0) f.l1d_bytes = 32 << 10;
+  if (f.l2_bytes == 0) f.l2_bytes = 512 << 10;
+
+  if (f.barcelona) r.auto_path = QOR_CPU_PATH_BARCELONA;
+  else if (f.bulldozer && f.fma) r.auto_path = QOR_CPU_PATH_BULLDOZER;
+  else if (f.avx2 && f.fma) r.auto_path = QOR_CPU_PATH_ZEN;
+  return r;
+}
+
+const Facts& facts() {
+  static const Facts f = detect();
+  return f;
+}
+
+bool executable(int path) {
+  const qor_cpu_facts& f = facts().f;
+  switch (path) {
+    case QOR_CPU_PATH_BASELINE: return true;
+    case QOR_CPU_PATH_BARCELONA: return f.sse3 && f.ssse3;
+    case QOR_CPU_PATH_BULLDOZER: return f.avx && f.fma && f.sse42;
+    case QOR_CPU_PATH_ZEN: return f.avx2 && f.fma;
+    default: return false;
+  }
+}
+
+int path_from_env() {
+  const char* env = std::getenv("QOR_CPU_PATH");
+  if (env == nullptr || *env == '\0' || strcasecmp(env, "auto") == 0) return facts().auto_path;
+  for (int p = QOR_CPU_PATH_BASELINE; p <= QOR_CPU_PATH_ZEN; ++p)
+    if (strcasecmp(env, qor_cpu_path_name(p)) == 0 && executable(p)) return p;
+  return facts().auto_path;
+}
+
+// Path and tier in force. -2 marks "not yet initialised".
+std::atomic<int> g_path{-2};
+std::atomic<int> g_tier{0};
+std::atomic<int64_t> g_hits[4];
+
+inline int path() {
+  int p = g_path.load(std::memory_order_relaxed);
+  if (p == -2) {
+    int want = path_from_env();
+    g_path.compare_exchange_strong(p, want, std::memory_order_relaxed);
+    p = g_path.load(std::memory_order_relaxed);
+  }
+  return p;
+}
+
+inline int answer(int which) {
+  if (path() != which) return 0;
+  g_hits[which].fetch_add(1, std::memory_order_relaxed);
+  return 1;
+}
+
+}  // namespace
+
+extern "C" {
+
+QOR_API void qor_get_cpu_facts(qor_cpu_facts* out) {
+  if (out != nullptr) *out = facts().f;
+}
+
+QOR_API const char* qor_cpu_path_name(int p) {
+  switch (p) {
+    case QOR_CPU_PATH_AUTO: return "auto";
+    case QOR_CPU_PATH_BASELINE: return "baseline";
+    case QOR_CPU_PATH_BARCELONA: return "barcelona";
+    case QOR_CPU_PATH_BULLDOZER: return "bulldozer";
+    case QOR_CPU_PATH_ZEN: return "zen";
+    default: return "unknown";
+  }
+}
+
+QOR_API int qor_cpu_path_supported(int p) { return p == QOR_CPU_PATH_AUTO || executable(p); }
+
+QOR_API int qor_set_cpu_path(int p) {
+  if (p == QOR_CPU_PATH_AUTO) p = facts().auto_path;
+  if (p < QOR_CPU_PATH_BASELINE || p > QOR_CPU_PATH_ZEN) return -2;
+  if (!executable(p)) return -1;
+  g_path.store(p, std::memory_order_relaxed);
+  return 0;
+}
+
+QOR_API int qor_get_cpu_path(void) { return path(); }
+
+QOR_API int64_t qor_cpu_path_hits(int p) {
+  if (p < QOR_CPU_PATH_BASELINE || p > QOR_CPU_PATH_ZEN) return 0;
+  return g_hits[p].load(std::memory_order_relaxed);
+}
+
+QOR_API void qor_set_cpu_tier(int tier) { g_tier.store(tier < 0 ? 0 : tier, std::memory_order_relaxed); }
+QOR_API int qor_get_cpu_tier(void) { return g_tier.load(std::memory_order_relaxed); }
+
+// The core loads only the generic member, so every processor is of tier 0
+// unless a test sets another tier.
+QOR_SERV_API int qor_serv_cpu_detect(void) { return g_tier.load(std::memory_order_relaxed); }
+QOR_SERV_API int qor_serv_cpuisitbarcelona(void) { return answer(QOR_CPU_PATH_BARCELONA); }
+QOR_SERV_API int qor_serv_cpuisbulldozer(void) { return answer(QOR_CPU_PATH_BULLDOZER); }
+QOR_SERV_API int qor_serv_cpuiszen(void) { return answer(QOR_CPU_PATH_ZEN); }
+QOR_SERV_API int qor_serv_cpuisclx(void) { return facts().f.clx; }
+QOR_SERV_API int qor_serv_cpuisicx(void) { return facts().f.icx; }
+
+QOR_SERV_API int64_t qor_serv_get_cache_size(int level) {
+  const qor_cpu_facts& f = facts().f;
+  switch (level) {
+    case 1: return f.l1d_bytes;
+    case 2: return f.l2_bytes;
+    case 3: return f.l3_bytes;
+    default: return f.l3_bytes != 0 ? f.l3_bytes : f.l2_bytes;
+  }
+}
+
+}  // extern "C"

@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Installs the Debian packages the build and tests need, skipping those
+# already present. With --bench it also installs the peer libraries the
+# benchmarks compare against.
+set -euo pipefail
+pkgs=(cmake ninja-build g++ libgtest-dev python3 binutils)
+if [[ "${1:-}" == "--bench" ]]; then
+  pkgs+=(libopenblas-dev libblis-dev libfftw3-dev)
+fi
+missing=()
+for p in "${pkgs[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+if ((${#missing[@]})); then
+  echo "installing: ${missing[*]}"
+  export DEBIAN_FRONTEND=noninteractive
+  apt-get update -qq
+  apt-get install -y -qq "${missing[@]}" >/dev/null
+fi
