@@ -7,6 +7,7 @@
 #include <ctime>
 #include <mutex>
 
+#include "frame/diag.h"
 #include "frame/messages.h"
 #include "frame/services.h"
 #include "qor/qor.h"
@@ -18,8 +19,10 @@ qor_message_handler g_handler = nullptr;
 void* g_handler_user = nullptr;
 std::atomic<std::int64_t> g_counts[3];
 
+}  // namespace
+
 // Delivers one diagnostic to the handler, or to standard error as one line.
-void report(int kind, const char* routine, const char* text) {
+void qor::core::report(int kind, const char* routine, const char* text) {
   g_counts[kind].fetch_add(1, std::memory_order_relaxed);
   qor_message_handler h;
   void* user;
@@ -35,6 +38,9 @@ void report(int kind, const char* routine, const char* text) {
   std::fprintf(stderr, "%s\n", text);
   std::fflush(stderr);
 }
+
+namespace {
+using qor::core::report;
 
 int env_int(const char* name, int fallback) {
   const char* v = std::getenv(name);
