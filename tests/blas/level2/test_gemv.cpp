@@ -1,0 +1,103 @@
+// gemv through the dispatching names against the plain reference: every
+// type and letter, sizes across the column groups, the row blocks and 128,
+// strides of both signs, beta rules and the allocation fallback.
+#include <cmath>
+
+#include "calls.h"
+
+using namespace l2t;
+
+template <class T>
+class Gemv : public ::testing::Test {};
+using Types = ::testing::Types<float, double, c32, c64>;
+TYPED_TEST_SUITE(Gemv, Types);
+
+namespace {
+
+template <class T>
+void check_gemv(char op, i64 m, i64 n, i64 incx, i64 incy, T alpha, T beta, qor::test::Rng& rng,
+                bool fail_alloc = false) {
+  const i64 lda = m + 3;
+  bool tr = op != 'N' && op != 'n';
+  i64 lenx = tr ? m : n, leny = tr ? n : m;
+  auto a = random<T>(lda * (n > 0 ? n : 1), rng);
+  auto x = random<T>(span(lenx, incx), rng);
+  auto y = random<T>(span(leny, incy), rng);
+  auto want = y;
+  gemv<T>(op, m, n, alpha, a.data(), lda, x.data(), incx, beta, want.data(), incy);
+  {
+    qor::test::AllocWatch watch;
+    if (fail_alloc) qor_fault_fail_next(QOR_POOL_ALLOCATE, 1);
+    Calls<T>::gemv(&op, &m, &n, &alpha, a.data(), &lda, x.data(), &incx, &beta, y.data(), &incy);
+    if (fail_alloc) {
+      EXPECT_EQ(watch.failures(), 1) << "the fallback was not taken";
+    }
+  }
+  EXPECT_LE(maxdiff(y, want), tol<T>(lenx) * 4) << "op " << op << " m " << m << " n " << n << " incx " << incx
+                                                << " incy " << incy;
+}
+
+}  // namespace
+
+TYPED_TEST(Gemv, SizesLettersAndStrides) {
+  using T = TypeParam;
+  qor::test::Rng rng(7);
+  const i64 sizes[] = {1, 2, 3, 5, 8, 15, 16, 17, 31, 33, 127, 128, 129, 200};
+  const char ops[] = {'N', 'n', 'T', 't', 'C', 'c', 'X'};
+  for (char op : ops)
+    for (i64 m : sizes)
+      for (i64 n : {1, 2, 3, 4, 7, 8, 9, 15, 16, 17, 30}) {
+        check_gemv<T>(op, m, n, 1, 1, value<T>(rng), value<T>(rng), rng);
+      }
+  for (char op : {'N', 'T', 'C'})
+    for (i64 incx : {1, 2, -1, -3})
+      for (i64 incy : {1, 3, -1, -2})
+        for (i64 m : {1, 9, 128, 129, 300}) check_gemv<T>(op, m, 13, incx, incy, value<T>(rng), value<T>(rng), rng);
+}
+
+TYPED_TEST(Gemv, BetaAndAlphaRules) {
+  using T = TypeParam;
+  qor::test::Rng rng(11);
+  const T nan = T(std::numeric_limits<real_t<T>>::quiet_NaN());
+  for (char op : {'N', 'T'}) {
+    i64 m = 37, n = 21, lda = 40, one = 1;
+    auto a = random<T>(lda * n, rng);
+    auto x = random<T>(64, rng);
+    // beta 0 with NaN in y gives a finite y.
+    std::vector<T> y(64, nan);
+    T alpha = value<T>(rng), zero = T(0);
+    Calls<T>::gemv(&op, &m, &n, &alpha, a.data(), &lda, x.data(), &one, &zero, y.data(), &one);
+    i64 leny = op == 'N' ? m : n;
+    for (i64 i = 0; i < leny; ++i) EXPECT_TRUE(std::isfinite(std::abs(static_cast<c64>(y[i])))) << i;
+    // alpha 0 scales y and does not read A (NaN in A stays out of y).
+    std::vector<T> an(lda * n, nan);
+    auto y2 = random<T>(64, rng);
+    auto want = y2;
+    T beta = value<T>(rng);
+    for (i64 i = 0; i < leny; ++i) want[i] = beta * want[i];
+    Calls<T>::gemv(&op, &m, &n, &zero, an.data(), &lda, x.data(), &one, &beta, y2.data(), &one);
+    EXPECT_LE(maxdiff(y2, want), tol<T>(1));
+    // m or n of 0 touches nothing, not even for beta 0.
+    auto y3 = y2;
+    i64 z = 0;
+    Calls<T>::gemv(&op, &z, &n, &alpha, a.data(), &lda, x.data(), &one, &zero, y3.data(), &one);
+    Calls<T>::gemv(&op, &m, &z, &alpha, a.data(), &lda, x.data(), &one, &zero, y3.data(), &one);
+    EXPECT_EQ(maxdiff(y3, y2), 0.0);
+  }
+}
+
+TYPED_TEST(Gemv, WorkVectorAndFallback) {
+  using T = TypeParam;
+  qor::test::Rng rng(3);
+  // m of 128 with a non-unit stride uses the stack, 129 allocates.
+  for (char op : {'N', 'T'}) {
+    for (i64 m : {128, 129}) {
+      qor::test::AllocWatch watch;
+      check_gemv<T>(op, m, 5, op == 'N' ? 1 : 2, op == 'N' ? 2 : 1, value<T>(rng), value<T>(rng), rng);
+      EXPECT_EQ(watch.allocations(), m > 128 ? 1 : 0);
+    }
+  }
+  // A refused block at m of 1000 still gives the right y, for every sign.
+  for (char op : {'N', 'T', 'C'})
+    for (i64 inc : {2, -2}) check_gemv<T>(op, 1000, 19, inc, inc, value<T>(rng), value<T>(rng), rng, true);
+}
