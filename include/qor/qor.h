@@ -119,6 +119,14 @@ QOR_API int qor_get_verbose(void);
  * QOR_CBWR sets it at start-up. */
 QOR_API void qor_set_cbwr(int mode);
 
+/* ---- Threads ---------------------------------------------------------------
+ * Large BLAS calls run on an OpenMP team in the core. The team is at most
+ * the number set here; QOR_NUM_THREADS sets it at start-up, and without
+ * either the OpenMP default holds (OMP_NUM_THREADS, else the processors
+ * available). A call made from inside a parallel region runs on one thread. */
+QOR_API void qor_set_num_threads(int n); /* n < 1 restores the default */
+QOR_API int qor_get_max_threads(void);
+
 #ifdef __cplusplus
 }
 #endif

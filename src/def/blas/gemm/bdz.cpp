@@ -1,0 +1,150 @@
+// The Bulldozer and Zen body, double precision: blocking rules, work area,
+// packing into strips of 12 rows and 4 columns, the driver, and the 12 x 4
+// kernel built for the Bulldozer class (the Zen build is in zen.cpp). This
+// file builds for AVX and FMA only, so that the driver runs on both classes.
+#include <cstdint>
+
+#include "blas/gemm/api.h"
+#include "blas/gemm/common.h"
+#include "blas/gemm/kernel_12x4.h"
+#include "blas/level2/dispatch.h"
+#include "frame/services.h"
+
+namespace {
+
+using namespace qor::QOR_ISA_NAME::gemm;
+using i64 = std::int64_t;
+
+// Rules D2 (limit 256) and D3 (limit 192) for the depth; rows a multiple of
+// 12 up to 504; columns from 4 to 5000. A block already set is kept.
+void blk_info(i64 limit, const i64* m, const i64* n, const i64* k, i64* mb, i64* nb, i64* kb, i64* mu, i64* nu,
+              i64* ku) {
+  *mu = 12;
+  *nu = 4;
+  *ku = 2;
+  if (*kb == 0) *kb = depth_rule_even(*k, limit);
+  if (*mb == 0) *mb = min(round_up(*m, 12), 504);
+  if (*nb == 0) *nb = clamp(*n, 4, 5000);
+}
+
+template <bool Trans>
+void copy_a(i64 rows, i64 depth, const double* a, i64 lda, double* panel, double alpha) {
+  if (rows <= 0 || depth <= 0) return;
+  pack_a<double, 12, Trans, true>(rows, depth, round_up(depth, 2), a, lda, alpha, panel);
+}
+
+template <bool Trans>
+void copy_b(i64 depth, i64 cols, const double* b, i64 ldb, double* panel) {
+  if (cols <= 0 || depth <= 0) return;
+  const i64 kp = round_up(depth, 2);
+  i64 j = 0;
+  for (; j + 4 <= cols; j += 4) pack_b_strip<double, 4, Trans>(depth, kp, op_b<double, Trans>(b, ldb, 0, j), ldb, panel + j * kp);
+  if (j < cols) pack_b_strip_any<double, Trans>(cols - j, depth, kp, op_b<double, Trans>(b, ldb, 0, j), ldb, panel + j * kp);
+}
+
+using BlkInfo = void (*)(QOR_GEMM_BLK_INFO_ARGS);
+
+void tuned_body(BlkInfo rule, const char* transa, const char* transb, const i64* m_, const i64* n_, const i64* k_,
+                const double* alpha, const double* a, const i64* lda_, const double* b, const i64* ldb_,
+                const double* beta, double* c, const i64* ldc_) {
+  const i64 m = *m_, n = *n_, k = *k_, lda = *lda_, ldb = *ldb_, ldc = *ldc_;
+  if (m <= 0 || n <= 0) return;
+  if (!(*beta == 1.0)) qor_blas_def_dgemm_mscale(m_, n_, beta, c, ldc_);
+  if (*alpha == 0.0) return;
+  const char ta = *transa, tb = *transb;
+  if (m < 12 || n < 4 || k <= 1) {
+    pst<double>(ta, tb, m, n, k, *alpha, a, lda, b, ldb, 1.0, c, ldc);
+    return;
+  }
+  i64 mb = 0, nb = 0, kb = 0, mu, nu, ku;
+  rule(m_, n_, k_, &mb, &nb, &kb, &mu, &nu, &ku);
+  void* raw;
+  double *apanel, *bpanel, *extra;
+  qor_blas_def_dgemm_getbufs_bdz(&mb, &nb, &kb, &raw, &apanel, &bpanel, &extra);
+  if (qor_serv_check_ptr_and_warn(raw, "xdgemm") != 0) {
+    pst<double>(ta, tb, m, n, k, *alpha, a, lda, b, ldb, 1.0, c, ldc);
+    return;
+  }
+  auto* const kernel = qor_serv_cpuiszen() ? &qor_blas_def_dgemm_kernel_zen : &qor_blas_def_dgemm_kernel_bdz;
+  const bool na = (ta & 0xDF) == 'N', nb_ = (tb & 0xDF) == 'N';
+  auto* const copy_b_fn = nb_ ? &qor_blas_def_dgemm_copybn_bdz : &qor_blas_def_dgemm_copybt_bdz;
+  const i64 m12 = m / 12 * 12, n4 = n & ~i64{3};
+
+  for (i64 j = 0; j < n4; j += nb) {
+    i64 cols = min(nb, n4 - j);
+    for (i64 l = 0; l < k; l += kb) {
+      i64 kc = min(kb, k - l);
+      copy_b_fn(&kc, &cols, nb_ ? b + l + j * ldb : b + j + l * ldb, ldb_, bpanel);
+      if (na) {
+        for (i64 i = 0; i < m12; i += mb) {
+          i64 rows = min(mb, m12 - i);
+          qor_blas_def_dgemm_copyan_bdz(&rows, &kc, a + i + l * lda, lda_, apanel, alpha);
+          qor_dgemm_kernel_args args{apanel, bpanel, c + i + j * ldc, rows, cols, kc, ldc};
+          kernel(&args);
+        }
+      } else {
+        for (i64 i = 0; i < m12; i += mb) {
+          i64 rows = min(mb, m12 - i);
+          qor_blas_def_dgemm_copyat_bdz(&rows, &kc, a + l + i * lda, lda_, apanel, alpha);
+          qor_dgemm_kernel_args args{apanel, bpanel, c + i + j * ldc, rows, cols, kc, ldc};
+          kernel(&args);
+        }
+      }
+      if (m12 < m)
+        pst<double>(ta, tb, m - m12, cols, kc, *alpha, na ? a + m12 + l * lda : a + l + m12 * lda, lda,
+                    nb_ ? b + l + j * ldb : b + j + l * ldb, ldb, 1.0, c + m12 + j * ldc, ldc);
+    }
+  }
+  // The last n mod 4 columns, each a matrix-vector product over the whole m.
+  const double one = 1.0;
+  const i64 one_i = 1, rows = na ? m : k, cols = na ? k : m;
+  if (nb_) {
+    for (i64 j = n4; j < n; ++j)
+      qor_blas_dgemv(transa, &rows, &cols, alpha, a, lda_, b + j * ldb, &one_i, &one, c + j * ldc, &one_i);
+  } else {
+    for (i64 j = n4; j < n; ++j)
+      qor_blas_dgemv(transa, &rows, &cols, alpha, a, lda_, b + j, ldb_, &one, c + j * ldc, &one_i);
+  }
+  qor_blas_def_dgemm_freebufs_bdz(raw);
+}
+
+}  // namespace
+
+QOR_DEF_API void qor_blas_def_xdgemm_bdz(QOR_GEMM_ARGS(double)) {
+  tuned_body(&qor_blas_def_dgemm_blk_info_bdz, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+}
+
+QOR_DEF_API void qor_blas_def_xdgemm_hi_thr_bdz(QOR_GEMM_ARGS(double)) {
+  tuned_body(&qor_blas_def_dgemm_blk_info_hi_thr_bdz, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+}
+
+QOR_DEF_API void qor_blas_def_dgemm_blk_info_bdz(QOR_GEMM_BLK_INFO_ARGS) { blk_info(256, m, n, k, mb, nb, kb, mu, nu, ku); }
+
+QOR_DEF_API void qor_blas_def_dgemm_blk_info_hi_thr_bdz(QOR_GEMM_BLK_INFO_ARGS) {
+  blk_info(192, m, n, k, mb, nb, kb, mu, nu, ku);
+}
+
+// One block of (row block + column block) * depth elements and 16896 bytes
+// more, aligned to 128; the A panel on the first page boundary at or above
+// it, the B panel on the first page boundary past the A panel.
+QOR_DEF_API void qor_blas_def_dgemm_getbufs_bdz(QOR_GEMM_GETBUFS_ARGS) {
+  *raw = nullptr;
+  *apanel = nullptr;
+  *bpanel = nullptr;
+  *extra = nullptr;
+  if (*mb == 0 || *nb == 0 || *kb == 0) return;
+  void* p = qor_serv_allocate((*mb + *nb) * *kb * 8 + 16896, 128);
+  if (p == nullptr) return;
+  *raw = p;
+  *apanel = align_up<double>(p, 4096);
+  *bpanel = align_up<double>(*apanel + *mb * *kb, 4096);
+}
+
+QOR_DEF_API void qor_blas_def_dgemm_freebufs_bdz(void* raw) { qor_serv_deallocate(raw); }
+
+QOR_DEF_API void qor_blas_def_dgemm_copyan_bdz(QOR_GEMM_COPYA_ARGS) { copy_a<false>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copyat_bdz(QOR_GEMM_COPYA_ARGS) { copy_a<true>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copybn_bdz(QOR_GEMM_COPYB_ARGS) { copy_b<false>(*depth, *cols, b, *ldb, panel); }
+QOR_DEF_API void qor_blas_def_dgemm_copybt_bdz(QOR_GEMM_COPYB_ARGS) { copy_b<true>(*depth, *cols, b, *ldb, panel); }
+
+QOR_DEF_API void qor_blas_def_dgemm_kernel_bdz(const qor_dgemm_kernel_args* args) { kernel_12x4(args); }
