@@ -90,3 +90,46 @@ void gemv(char op, i64 m, i64 n, T alpha, const T* a, i64 lda, const T* x, i64 i
 }
 
 }  // namespace l2t
+
+namespace l2t {
+
+// Dense column-major n x n (or m x n) matrices built from the other
+// storage forms, so that every product can be checked with gemv above.
+template <class T>
+using Dense = std::vector<T>;
+
+// The full matrix of a symmetric (Hermitian when herm) matrix whose
+// `lower` triangle is given by get(i, j) for i >= j (lower) or i <= j.
+template <class T, class Get>
+Dense<T> sym_full(i64 n, bool lower, bool herm, Get get) {
+  Dense<T> f(static_cast<std::size_t>(n * n));
+  for (i64 j = 0; j < n; ++j)
+    for (i64 i = 0; i < n; ++i) {
+      bool stored = lower ? i >= j : i <= j;
+      T v = stored ? get(i, j) : get(j, i);
+      if (!stored && herm) v = conj(v);
+      if (i == j && herm) v = T(std::real(v));
+      f[i + j * n] = v;
+    }
+  return f;
+}
+
+// Packed offsets of element (i, j) of the stored triangle.
+inline i64 packed_at(bool lower, i64 n, i64 i, i64 j) {
+  return lower ? j * n - j * (j - 1) / 2 + (i - j) : j * (j + 1) / 2 + i;
+}
+
+// The full triangular matrix: the other triangle zero, a unit diagonal as
+// ones when unit.
+template <class T, class Get>
+Dense<T> tri_full(i64 n, bool lower, bool unit, Get get) {
+  Dense<T> f(static_cast<std::size_t>(n * n), T(0));
+  for (i64 j = 0; j < n; ++j)
+    for (i64 i = 0; i < n; ++i) {
+      if (lower ? i < j : i > j) continue;
+      f[i + j * n] = (i == j && unit) ? T(1) : get(i, j);
+    }
+  return f;
+}
+
+}  // namespace l2t

@@ -60,6 +60,15 @@ inline T real_only(T a) {
 }
 
 template <class T>
+inline R<T> re(T a) {
+  if constexpr (is_complex_v<T>) {
+    return a.real();
+  } else {
+    return a;
+  }
+}
+
+template <class T>
 inline bool is_zero(const T& a) {
   return a == T(0);
 }

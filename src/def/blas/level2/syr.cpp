@@ -1,0 +1,280 @@
+// Symmetric and Hermitian rank-one and rank-two updates, full and packed:
+// syr, spr, syr2, spr2 and her, hpr, her2, hpr2.
+#include "blas/level2/api.h"
+#include "blas/level2/layout.h"
+#include "blas/level2/update_kernels.h"
+
+namespace l2 = qor::QOR_ISA_NAME::l2;
+namespace l2c = qor::l2c;
+using l2::i64;
+
+namespace {
+
+inline bool lower_of(const char* uplo) { return qor::fold(uplo) != 'U'; }
+
+// The part of column j of the triangle that lies in rows [i0, i1):
+// [r0, r1), empty when r0 >= r1.
+template <bool Lower>
+inline void col_rows(i64 j, i64 i0, i64 i1, i64& r0, i64& r1) {
+  if (Lower) {
+    r0 = j > i0 ? j : i0;
+    r1 = i1;
+  } else {
+    r0 = i0;
+    r1 = j + 1 < i1 ? j + 1 : i1;
+  }
+}
+
+// Rank one on rows [i0, i1) of the triangle: xs holds x[i0..i1)
+// contiguous, x (stride incx) gives the factor of each column. A column
+// whose x element is zero is passed over, so what is in it stays exactly
+// as it was; the Hermitian form still drops the imaginary part of the
+// diagonal there, and its diagonal gets only the real part of the update.
+template <class T, class TA, bool Herm, bool Lower, class Lay>
+void syr_rows(i64 n, i64 i0, i64 i1, TA alpha, const T* xs, const T* x, i64 incx, Lay lay) {
+  const i64 j0 = Lower ? 0 : i0;
+  const i64 j1 = Lower ? (i1 < n ? i1 : n) : n;
+  for (i64 j = j0; j < j1; ++j) {
+    i64 r0, r1;
+    col_rows<Lower>(j, i0, i1, r0, r1);
+    if (r0 >= r1) continue;
+    T* col = lay.at(0, j);
+    const bool diag = j >= i0 && j < i1;
+    const T xj = x[j * incx];
+    if (l2c::is_zero(xj)) {
+      if (Herm && diag) col[j] = l2c::real_only(col[j]);
+      continue;
+    }
+    const T t = l2c::mul(T(alpha), l2c::conj_if<Herm>(xj));
+    if (Herm && diag) {
+      col[j] = T(l2c::re(col[j]) + l2c::re(l2c::mul(xj, t)));
+      if (Lower) {
+        l2::axpy_col(r1 - j - 1, t, xs + (j + 1 - i0), col + j + 1);
+      } else {
+        l2::axpy_col(j - r0, t, xs + (r0 - i0), col + r0);
+      }
+    } else {
+      l2::axpy_col(r1 - r0, t, xs + (r0 - i0), col + r0);
+    }
+  }
+}
+
+// Rank two on rows [i0, i1): A += alpha x op(y)^T + op(alpha) y op(x)^T.
+template <class T, bool Herm, bool Lower, class Lay>
+void syr2_rows(i64 n, i64 i0, i64 i1, T alpha, const T* xs, const T* ys, const T* x, i64 incx, const T* y,
+               i64 incy, Lay lay) {
+  const i64 j0 = Lower ? 0 : i0;
+  const i64 j1 = Lower ? (i1 < n ? i1 : n) : n;
+  for (i64 j = j0; j < j1; ++j) {
+    i64 r0, r1;
+    col_rows<Lower>(j, i0, i1, r0, r1);
+    if (r0 >= r1) continue;
+    T* col = lay.at(0, j);
+    const bool diag = j >= i0 && j < i1;
+    const T xj = x[j * incx];
+    const T yj = y[j * incy];
+    if (l2c::is_zero(xj) && l2c::is_zero(yj)) {
+      if (Herm && diag) col[j] = l2c::real_only(col[j]);
+      continue;
+    }
+    const T t1 = l2c::mul(alpha, l2c::conj_if<Herm>(yj));
+    const T t2 = l2c::conj_if<Herm>(l2c::mul(alpha, xj));
+    if (Herm && diag) {
+      col[j] = T(l2c::re(col[j]) + l2c::re(l2c::mul(xj, t1) + l2c::mul(yj, t2)));
+      if (Lower) {
+        l2::axpy2_col(r1 - j - 1, t1, t2, xs + (j + 1 - i0), ys + (j + 1 - i0), col + j + 1);
+      } else {
+        l2::axpy2_col(j - r0, t1, t2, xs + (r0 - i0), ys + (r0 - i0), col + r0);
+      }
+    } else {
+      l2::axpy2_col(r1 - r0, t1, t2, xs + (r0 - i0), ys + (r0 - i0), col + r0);
+    }
+  }
+}
+
+// The kernels: the whole triangle, vectors contiguous.
+template <class T, class TA, bool Herm, bool Lower, class Lay>
+void syr_kernel(i64 n, TA alpha, const T* x, Lay lay) {
+  syr_rows<T, TA, Herm, Lower>(n, 0, n, alpha, x, x, 1, lay);
+}
+template <class T, bool Herm, bool Lower, class Lay>
+void syr2_kernel(i64 n, T alpha, const T* x, const T* y, Lay lay) {
+  syr2_rows<T, Herm, Lower>(n, 0, n, alpha, x, y, x, 1, y, 1, lay);
+}
+
+template <class T, class TA, bool Herm, bool Lower, class Lay>
+void syr_entry(i64 n, TA alpha, const T* x, i64 incx, Lay lay) {
+  if (n < 1 || l2c::is_zero(alpha)) return;
+  x = l2c::first(x, n, incx);
+  if (incx == 1) {
+    syr_kernel<T, TA, Herm, Lower>(n, alpha, x, lay);
+    return;
+  }
+  l2c::Stack<T> stack;
+  {
+    l2c::Work<T> work(n, stack.get());
+    if (work.ok()) {
+      l2c::gather(n, x, incx, work.get());
+      syr_kernel<T, TA, Herm, Lower>(n, alpha, work.get(), lay);
+      return;
+    }
+  }
+  // No block: slices of 128 rows, each with its part of x on the stack.
+  for (i64 i = 0; i < n; i += l2c::kSlice) {
+    const i64 i1 = n - i < l2c::kSlice ? n : i + l2c::kSlice;
+    l2c::gather(i1 - i, x + i * incx, incx, stack.get());
+    syr_rows<T, TA, Herm, Lower>(n, i, i1, alpha, stack.get(), x, incx, lay);
+  }
+}
+
+template <class T, bool Herm, bool Lower, class Lay>
+void syr2_entry(i64 n, T alpha, const T* x, i64 incx, const T* y, i64 incy, Lay lay) {
+  if (n < 1 || l2c::is_zero(alpha)) return;
+  x = l2c::first(x, n, incx);
+  y = l2c::first(y, n, incy);
+  if (incx == 1 && incy == 1) {
+    syr2_kernel<T, Herm, Lower>(n, alpha, x, y, lay);
+    return;
+  }
+  l2c::Stack<T> sx, sy;
+  {
+    l2c::Work<T> wx(incx != 1 ? n : 0, sx.get());
+    l2c::Work<T> wy(incy != 1 ? n : 0, sy.get());
+    if (wx.ok() && wy.ok()) {
+      const T* xc = x;
+      const T* yc = y;
+      if (incx != 1) {
+        l2c::gather(n, x, incx, wx.get());
+        xc = wx.get();
+      }
+      if (incy != 1) {
+        l2c::gather(n, y, incy, wy.get());
+        yc = wy.get();
+      }
+      syr2_kernel<T, Herm, Lower>(n, alpha, xc, yc, lay);
+      return;
+    }
+  }
+  for (i64 i = 0; i < n; i += l2c::kSlice) {
+    const i64 i1 = n - i < l2c::kSlice ? n : i + l2c::kSlice;
+    l2c::gather(i1 - i, x + i * incx, incx, sx.get());
+    l2c::gather(i1 - i, y + i * incy, incy, sy.get());
+    syr2_rows<T, Herm, Lower>(n, i, i1, alpha, sx.get(), sy.get(), x, incx, y, incy, lay);
+  }
+}
+
+template <class T>
+l2::LayGe<T*> full(T* a, const i64* lda) {
+  return {a, *lda};
+}
+template <class T>
+l2::LayPl<T*> packed_l(T* ap, i64 n) {
+  return {ap, n};
+}
+template <class T>
+l2::LayPu<T*> packed_u(T* ap) {
+  return {ap, 0};
+}
+
+}  // namespace
+
+#define QOR_L2_SYR_DEF(t, T, TA, H, r1, p1, r2, p2)                                                           \
+  QOR_DEF_API void qor_blas_def_x##t##r1(const char* uplo, QOR_L2_I n, const TA* alpha, const T* x,          \
+                                         QOR_L2_I incx, T* a, QOR_L2_I lda) {                                \
+    if (lower_of(uplo)) {                                                                                     \
+      syr_entry<T, TA, H, true>(*n, *alpha, x, *incx, full(a, lda));                                          \
+    } else {                                                                                                  \
+      syr_entry<T, TA, H, false>(*n, *alpha, x, *incx, full(a, lda));                                         \
+    }                                                                                                         \
+  }                                                                                                           \
+  QOR_DEF_API void qor_blas_def_x##t##r1##_kernel_l(QOR_L2_I n, const TA* alpha, const T* x, T* a,           \
+                                                    QOR_L2_I lda) {                                          \
+    syr_kernel<T, TA, H, true>(*n, *alpha, x, full(a, lda));                                                  \
+  }                                                                                                           \
+  QOR_DEF_API void qor_blas_def_x##t##r1##_kernel_u(QOR_L2_I n, const TA* alpha, const T* x, T* a,           \
+                                                    QOR_L2_I lda) {                                          \
+    syr_kernel<T, TA, H, false>(*n, *alpha, x, full(a, lda));                                                 \
+  }                                                                                                           \
+  QOR_DEF_API void qor_blas_def_x##t##r1##_kernel(const char* uplo, QOR_L2_I n, const TA* alpha, const T* x, \
+                                                  T* a, QOR_L2_I lda) {                                      \
+    if (lower_of(uplo)) {                                                                                     \
+      syr_kernel<T, TA, H, true>(*n, *alpha, x, full(a, lda));                                                \
+    } else {                                                                                                  \
+      syr_kernel<T, TA, H, false>(*n, *alpha, x, full(a, lda));                                               \
+    }                                                                                                         \
+  }                                                                                                           \
+  QOR_DEF_API void qor_blas_def_x##t##p1(const char* uplo, QOR_L2_I n, const TA* alpha, const T* x,          \
+                                         QOR_L2_I incx, T* ap) {                                             \
+    if (lower_of(uplo)) {                                                                                     \
+      syr_entry<T, TA, H, true>(*n, *alpha, x, *incx, packed_l(ap, *n));                                      \
+    } else {                                                                                                  \
+      syr_entry<T, TA, H, false>(*n, *alpha, x, *incx, packed_u(ap));                                         \
+    }                                                                                                         \
+  }                                                                                                           \
+  QOR_DEF_API void qor_blas_def_x##t##p1##_kernel_l(QOR_L2_I n, const TA* alpha, const T* x, T* ap) {        \
+    syr_kernel<T, TA, H, true>(*n, *alpha, x, packed_l(ap, *n));                                              \
+  }                                                                                                           \
+  QOR_DEF_API void qor_blas_def_x##t##p1##_kernel_u(QOR_L2_I n, const TA* alpha, const T* x, T* ap) {        \
+    syr_kernel<T, TA, H, false>(*n, *alpha, x, packed_u(ap));                                                 \
+  }                                                                                                           \
+  QOR_DEF_API void qor_blas_def_x##t##p1##_kernel(const char* uplo, QOR_L2_I n, const TA* alpha, const T* x, \
+                                                  T* ap) {                                                   \
+    if (lower_of(uplo)) {                                                                                     \
+      syr_kernel<T, TA, H, true>(*n, *alpha, x, packed_l(ap, *n));                                            \
+    } else {                                                                                                  \
+      syr_kernel<T, TA, H, false>(*n, *alpha, x, packed_u(ap));                                               \
+    }                                                                                                         \
+  }                                                                                                           \
+  QOR_DEF_API void qor_blas_def_x##t##r2(const char* uplo, QOR_L2_I n, const T* alpha, const T* x,           \
+                                         QOR_L2_I incx, const T* y, QOR_L2_I incy, T* a, QOR_L2_I lda) {     \
+    if (lower_of(uplo)) {                                                                                     \
+      syr2_entry<T, H, true>(*n, *alpha, x, *incx, y, *incy, full(a, lda));                                   \
+    } else {                                                                                                  \
+      syr2_entry<T, H, false>(*n, *alpha, x, *incx, y, *incy, full(a, lda));                                  \
+    }                                                                                                         \
+  }                                                                                                           \
+  QOR_DEF_API void qor_blas_def_x##t##r2##_kernel_l(QOR_L2_I n, const T* alpha, const T* x, const T* y,      \
+                                                    T* a, QOR_L2_I lda) {                                    \
+    syr2_kernel<T, H, true>(*n, *alpha, x, y, full(a, lda));                                                  \
+  }                                                                                                           \
+  QOR_DEF_API void qor_blas_def_x##t##r2##_kernel_u(QOR_L2_I n, const T* alpha, const T* x, const T* y,      \
+                                                    T* a, QOR_L2_I lda) {                                    \
+    syr2_kernel<T, H, false>(*n, *alpha, x, y, full(a, lda));                                                 \
+  }                                                                                                           \
+  QOR_DEF_API void qor_blas_def_x##t##r2##_kernel(const char* uplo, QOR_L2_I n, const T* alpha, const T* x,  \
+                                                  const T* y, T* a, QOR_L2_I lda) {                          \
+    if (lower_of(uplo)) {                                                                                     \
+      syr2_kernel<T, H, true>(*n, *alpha, x, y, full(a, lda));                                                \
+    } else {                                                                                                  \
+      syr2_kernel<T, H, false>(*n, *alpha, x, y, full(a, lda));                                               \
+    }                                                                                                         \
+  }                                                                                                           \
+  QOR_DEF_API void qor_blas_def_x##t##p2(const char* uplo, QOR_L2_I n, const T* alpha, const T* x,           \
+                                         QOR_L2_I incx, const T* y, QOR_L2_I incy, T* ap) {                  \
+    if (lower_of(uplo)) {                                                                                     \
+      syr2_entry<T, H, true>(*n, *alpha, x, *incx, y, *incy, packed_l(ap, *n));                               \
+    } else {                                                                                                  \
+      syr2_entry<T, H, false>(*n, *alpha, x, *incx, y, *incy, packed_u(ap));                                  \
+    }                                                                                                         \
+  }                                                                                                           \
+  QOR_DEF_API void qor_blas_def_x##t##p2##_kernel_l(QOR_L2_I n, const T* alpha, const T* x, const T* y,      \
+                                                    T* ap) {                                                 \
+    syr2_kernel<T, H, true>(*n, *alpha, x, y, packed_l(ap, *n));                                              \
+  }                                                                                                           \
+  QOR_DEF_API void qor_blas_def_x##t##p2##_kernel_u(QOR_L2_I n, const T* alpha, const T* x, const T* y,      \
+                                                    T* ap) {                                                 \
+    syr2_kernel<T, H, false>(*n, *alpha, x, y, packed_u(ap));                                                 \
+  }                                                                                                           \
+  QOR_DEF_API void qor_blas_def_x##t##p2##_kernel(const char* uplo, QOR_L2_I n, const T* alpha, const T* x,  \
+                                                  const T* y, T* ap) {                                       \
+    if (lower_of(uplo)) {                                                                                     \
+      syr2_kernel<T, H, true>(*n, *alpha, x, y, packed_l(ap, *n));                                            \
+    } else {                                                                                                  \
+      syr2_kernel<T, H, false>(*n, *alpha, x, y, packed_u(ap));                                               \
+    }                                                                                                         \
+  }
+
+QOR_L2_SYR_DEF(s, float, float, false, syr, spr, syr2, spr2)
+QOR_L2_SYR_DEF(d, double, double, false, syr, spr, syr2, spr2)
+QOR_L2_SYR_DEF(c, qor::c32, float, true, her, hpr, her2, hpr2)
+QOR_L2_SYR_DEF(z, qor::c64, double, true, her, hpr, her2, hpr2)

@@ -1,0 +1,165 @@
+// Rank-one and rank-two updates (ger, gerc, geru, syr, spr, syr2, spr2 and
+// the Hermitian forms) against plain references: both triangles, strides
+// of both signs, the elements outside the triangle left alone, the zero
+// rules and the fallback when no memory is given.
+#include "calls.h"
+
+using namespace l2t;
+
+template <class T>
+class Update : public ::testing::Test {};
+using Types = ::testing::Types<float, double, c32, c64>;
+TYPED_TEST_SUITE(Update, Types);
+
+namespace {
+
+// A += alpha x op(y)^T through ger (conj true: gerc; complex only) or the
+// second general name (geru).
+template <class T>
+void check_ger(bool first, i64 m, i64 n, i64 incx, i64 incy, qor::test::Rng& rng, int fail = 0) {
+  const bool conjy = cplx<T> && first;
+  const i64 lda = m + 2;
+  auto a = random<T>(lda * n, rng);
+  auto x = random<T>(span(m, incx), rng);
+  auto y = random<T>(span(n, incy), rng);
+  T alpha = value<T>(rng);
+  auto want = a;
+  for (i64 j = 0; j < n; ++j) {
+    T yj = y[at(j, n, incy)];
+    if (conjy) yj = conj(yj);
+    for (i64 i = 0; i < m; ++i) want[i + j * lda] += alpha * x[at(i, m, incx)] * yj;
+  }
+  {
+    qor::test::AllocWatch watch;
+    if (fail == 1) qor_fault_fail_next(QOR_POOL_ALLOCATE, 1);
+    if (fail == 2) qor_fault_fail_after(QOR_POOL_ALLOCATE, 0);
+    auto f = first ? Calls<T>::ger : Calls<T>::ger2;
+    f(&m, &n, &alpha, x.data(), &incx, y.data(), &incy, a.data(), &lda);
+    if (fail) EXPECT_GE(watch.failures(), 1);
+  }
+  EXPECT_LE(maxdiff(a, want), tol<T>(2)) << "m " << m << " n " << n << " incx " << incx << " incy " << incy;
+}
+
+// syr (two false) or syr2 (two true), full or packed, against the update
+// of the stored triangle element by element. Elements of the full array
+// outside the triangle must stay as they were.
+template <class T>
+void check_syr(bool two, bool packed, char uplo, i64 n, i64 incx, i64 incy, qor::test::Rng& rng, int fail = 0) {
+  const bool lower = uplo != 'U' && uplo != 'u';
+  constexpr bool herm = cplx<T>;
+  using R = real_t<T>;
+  const i64 lda = n + 3;
+  auto a = random<T>(packed ? n * (n + 1) / 2 : lda * n, rng);
+  auto x = random<T>(span(n, incx), rng);
+  auto y = random<T>(span(n, incy), rng);
+  T alpha = value<T>(rng);
+  R ralpha = std::real(alpha);
+  auto want = a;
+  for (i64 j = 0; j < n; ++j)
+    for (i64 i = 0; i < n; ++i) {
+      if (lower ? i < j : i > j) continue;
+      T& w = want[packed ? packed_at(lower, n, i, j) : i + j * lda];
+      T xi = x[at(i, n, incx)], xj = x[at(j, n, incx)];
+      T yi = y[at(i, n, incy)], yj = y[at(j, n, incy)];
+      if (!two) {
+        w += (herm ? T(ralpha) : alpha) * xi * conj(xj);
+      } else {
+        w += alpha * xi * conj(yj) + conj(alpha) * yi * conj(xj);
+      }
+      if (i == j && herm) w = T(std::real(w));
+    }
+  {
+    qor::test::AllocWatch watch;
+    if (fail == 1) qor_fault_fail_next(QOR_POOL_ALLOCATE, 1);
+    if (fail == 2) qor_fault_fail_after(QOR_POOL_ALLOCATE, 0);
+    const auto* al1 = [&] {
+      if constexpr (herm) return &ralpha; else return &alpha;
+    }();
+    if (!two && !packed) Calls<T>::syr(&uplo, &n, al1, x.data(), &incx, a.data(), &lda);
+    if (!two && packed) Calls<T>::spr(&uplo, &n, al1, x.data(), &incx, a.data());
+    if (two && !packed) Calls<T>::syr2(&uplo, &n, &alpha, x.data(), &incx, y.data(), &incy, a.data(), &lda);
+    if (two && packed) Calls<T>::spr2(&uplo, &n, &alpha, x.data(), &incx, y.data(), &incy, a.data());
+    if (fail) EXPECT_GE(watch.failures(), 1);
+  }
+  EXPECT_LE(maxdiff(a, want), tol<T>(4)) << "two " << two << " packed " << packed << " uplo " << uplo << " n " << n
+                                         << " incx " << incx << " incy " << incy;
+}
+
+}  // namespace
+
+TYPED_TEST(Update, General) {
+  using T = TypeParam;
+  qor::test::Rng rng(31);
+  for (bool first : {true, false})
+    for (i64 m : {1, 2, 3, 7, 8, 9, 16, 17, 128, 129})
+      for (i64 n : {1, 2, 5}) check_ger<T>(first, m, n, 1, 1, rng);
+  for (bool first : {true, false})
+    for (i64 incx : {1, 2, -1, -3})
+      for (i64 incy : {1, -2, 3}) check_ger<T>(first, 131, 7, incx, incy, rng);
+  for (int fail : {1, 2})
+    for (i64 incx : {2, -2}) check_ger<T>(true, 1000, 5, incx, -1, rng, fail);
+  // m of 128 strided uses the stack; 129 allocates once.
+  for (i64 m : {128, 129}) {
+    qor::test::AllocWatch watch;
+    check_ger<T>(true, m, 3, 2, 1, rng);
+    EXPECT_EQ(watch.allocations(), m > 128 ? 1 : 0);
+  }
+}
+
+TYPED_TEST(Update, SymmetricAndHermitian) {
+  using T = TypeParam;
+  qor::test::Rng rng(32);
+  for (bool two : {false, true})
+    for (bool packed : {false, true}) {
+      for (char uplo : {'U', 'u', 'L', 'l', 'X'})
+        for (i64 n : {1, 2, 3, 8, 9, 17, 130}) check_syr<T>(two, packed, uplo, n, 1, 1, rng);
+      for (char uplo : {'U', 'L'})
+        for (i64 incx : {2, -1, -3})
+          for (i64 incy : {1, -2}) check_syr<T>(two, packed, uplo, 41, incx, incy, rng);
+      for (char uplo : {'U', 'L'}) {
+        check_syr<T>(two, packed, uplo, 1000, 2, -1, rng, 1);
+        check_syr<T>(two, packed, uplo, 1000, -3, 2, rng, 2);
+      }
+    }
+}
+
+TYPED_TEST(Update, ZeroRules) {
+  using T = TypeParam;
+  using R = real_t<T>;
+  qor::test::Rng rng(33);
+  const T nan = T(std::numeric_limits<R>::quiet_NaN());
+  const i64 n = 12, lda = 12, one = 1;
+  auto x = random<T>(n, rng);
+  x[4] = T(0);
+  // A column whose x element is 0 stays exactly as it was, NaN included
+  // (the Hermitian diagonal loses only its imaginary part).
+  for (char uplo : {'U', 'L'}) {
+    std::vector<T> a(lda * n, nan);
+    auto before = a;
+    T alpha = value<T>(rng);
+    R ralpha = std::real(alpha);
+    if constexpr (cplx<T>) {
+      Calls<T>::syr(&uplo, &n, &ralpha, x.data(), &one, a.data(), &lda);
+    } else {
+      Calls<T>::syr(&uplo, &n, &alpha, x.data(), &one, a.data(), &lda);
+    }
+    for (i64 i = 0; i < n; ++i) {
+      if (i == 4) continue;
+      EXPECT_TRUE(std::isnan(std::abs(static_cast<c64>(a[i + 4 * lda])))) << i;
+    }
+    (void)before;
+    // alpha 0: nothing changes at all.
+    auto b = random<T>(lda * n, rng);
+    auto b0 = b;
+    T zero = T(0);
+    R rzero = 0;
+    if constexpr (cplx<T>) {
+      Calls<T>::syr(&uplo, &n, &rzero, x.data(), &one, b.data(), &lda);
+    } else {
+      Calls<T>::syr(&uplo, &n, &zero, x.data(), &one, b.data(), &lda);
+    }
+    Calls<T>::syr2(&uplo, &n, &zero, x.data(), &one, x.data(), &one, b.data(), &lda);
+    Calls<T>::ger(&n, &n, &zero, x.data(), &one, x.data(), &one, b.data(), &lda);
+    EXPECT_EQ(maxdiff(b, b0), 0.0);
+  }
+}
