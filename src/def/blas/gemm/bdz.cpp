@@ -2,6 +2,8 @@
 // packing into strips of 12 rows and 4 columns, the driver, and the 12 x 4
 // kernel built for the Bulldozer class (the Zen build is in zen.cpp). This
 // file builds for AVX and FMA only, so that the driver runs on both classes.
+#include <immintrin.h>
+
 #include <cstdint>
 
 #include "blas/gemm/api.h"
@@ -27,10 +29,83 @@ void blk_info(i64 limit, const i64* m, const i64* n, const i64* k, i64* mb, i64*
   if (*nb == 0) *nb = clamp(*n, 4, 5000);
 }
 
+// 4 x 4 transpose: in[q] holds 4 consecutive depth steps of row (or
+// column) q; out[u] holds depth step u of the 4 rows.
+inline void transpose4(const __m256d in[4], __m256d out[4]) {
+  const __m256d t0 = _mm256_unpacklo_pd(in[0], in[1]), t1 = _mm256_unpackhi_pd(in[0], in[1]);
+  const __m256d t2 = _mm256_unpacklo_pd(in[2], in[3]), t3 = _mm256_unpackhi_pd(in[2], in[3]);
+  out[0] = _mm256_permute2f128_pd(t0, t2, 0x20);
+  out[1] = _mm256_permute2f128_pd(t1, t3, 0x20);
+  out[2] = _mm256_permute2f128_pd(t0, t2, 0x31);
+  out[3] = _mm256_permute2f128_pd(t1, t3, 0x31);
+}
+
+// One full strip of 12 rows of op(A), times alpha, depth padded to kp.
+template <bool Trans>
+void copy_a_strip(i64 depth, i64 kp, const double* a, i64 lda, double alpha, double* dst) {
+  const __m256d al = _mm256_set1_pd(alpha);
+  i64 l = 0;
+  if (!Trans) {
+    for (; l < depth; ++l) {
+      const double* src = a + l * lda;
+      for (int g = 0; g < 3; ++g) _mm256_store_pd(dst + l * 12 + 4 * g, _mm256_mul_pd(al, _mm256_loadu_pd(src + 4 * g)));
+    }
+  } else {
+    for (; l + 4 <= depth; l += 4)
+      for (int g = 0; g < 3; ++g) {
+        __m256d in[4], out[4];
+        for (int q = 0; q < 4; ++q) in[q] = _mm256_loadu_pd(a + l + (4 * g + q) * lda);
+        transpose4(in, out);
+        for (int u = 0; u < 4; ++u) _mm256_store_pd(dst + (l + u) * 12 + 4 * g, _mm256_mul_pd(al, out[u]));
+      }
+    for (; l < depth; ++l)
+      for (int r = 0; r < 12; ++r) dst[l * 12 + r] = alpha * a[l + r * lda];
+  }
+  for (; l < kp; ++l)
+    for (int g = 0; g < 3; ++g) _mm256_store_pd(dst + l * 12 + 4 * g, _mm256_setzero_pd());
+}
+
 template <bool Trans>
 void copy_a(i64 rows, i64 depth, const double* a, i64 lda, double* panel, double alpha) {
   if (rows <= 0 || depth <= 0) return;
-  pack_a<double, 12, Trans, true>(rows, depth, round_up(depth, 2), a, lda, alpha, panel);
+  const i64 kp = round_up(depth, 2), full = rows / 12 * 12;
+  if (!Trans) {
+    // Down each column of A in turn, so that A is read as one stream.
+    const __m256d al = _mm256_set1_pd(alpha);
+    for (i64 l = 0; l < depth; ++l) {
+      const double* src = a + l * lda;
+      double* dst = panel + l * 12;
+      for (i64 i = 0; i < full; i += 12, dst += 12 * kp)
+        for (int g = 0; g < 3; ++g) _mm256_store_pd(dst + 4 * g, _mm256_mul_pd(al, _mm256_loadu_pd(src + i + 4 * g)));
+    }
+    for (i64 l = depth; l < kp; ++l)
+      for (i64 i = 0; i < full; i += 12)
+        for (int g = 0; g < 3; ++g) _mm256_store_pd(panel + i * kp + l * 12 + 4 * g, _mm256_setzero_pd());
+  } else {
+    for (i64 i = 0; i < full; i += 12) copy_a_strip<true>(depth, kp, a + i * lda, lda, alpha, panel + i * kp);
+  }
+  if (full < rows)
+    pack_a<double, 12, Trans, true>(rows - full, depth, kp, op_a<double, Trans>(a, lda, full, 0), lda, alpha,
+                                    panel + full * kp);
+}
+
+// One full strip of 4 columns of op(B), depth padded to kp.
+template <bool Trans>
+void copy_b_strip(i64 depth, i64 kp, const double* b, i64 ldb, double* dst) {
+  i64 l = 0;
+  if (Trans) {
+    for (; l < depth; ++l) _mm256_store_pd(dst + l * 4, _mm256_loadu_pd(b + l * ldb));
+  } else {
+    for (; l + 4 <= depth; l += 4) {
+      __m256d in[4], out[4];
+      for (int q = 0; q < 4; ++q) in[q] = _mm256_loadu_pd(b + l + q * ldb);
+      transpose4(in, out);
+      for (int u = 0; u < 4; ++u) _mm256_store_pd(dst + (l + u) * 4, out[u]);
+    }
+    for (; l < depth; ++l)
+      for (int q = 0; q < 4; ++q) dst[l * 4 + q] = b[l + q * ldb];
+  }
+  for (; l < kp; ++l) _mm256_store_pd(dst + l * 4, _mm256_setzero_pd());
 }
 
 template <bool Trans>
@@ -38,7 +113,7 @@ void copy_b(i64 depth, i64 cols, const double* b, i64 ldb, double* panel) {
   if (cols <= 0 || depth <= 0) return;
   const i64 kp = round_up(depth, 2);
   i64 j = 0;
-  for (; j + 4 <= cols; j += 4) pack_b_strip<double, 4, Trans>(depth, kp, op_b<double, Trans>(b, ldb, 0, j), ldb, panel + j * kp);
+  for (; j + 4 <= cols; j += 4) copy_b_strip<Trans>(depth, kp, op_b<double, Trans>(b, ldb, 0, j), ldb, panel + j * kp);
   if (j < cols) pack_b_strip_any<double, Trans>(cols - j, depth, kp, op_b<double, Trans>(b, ldb, 0, j), ldb, panel + j * kp);
 }
 

@@ -92,38 +92,127 @@ void scale_c(i64 m, i64 n, T beta, T* c, i64 ldc) {
 // ---- The unpacked kernel ----------------------------------------------------
 // C += alpha * op(A) * op(B) with A and B read in place. One body per pair of
 // letters; rows go in pairs and the depth in fours with a remainder, the last
-// odd row has its own loop. For each element the products are summed in
-// order of the depth and the sum, times alpha, is added to C.
+// odd row has its own loop. For each element the products are summed over
+// the depth and the sum, times alpha, is added to C. The pair of rows is a
+// two-lane vector: with A not transposed its two elements are adjacent; with
+// A transposed the lanes run along the depth instead (even and odd steps,
+// added at the end).
+template <class T>
+struct pair_of;
+template <>
+struct pair_of<double> {
+  typedef double type __attribute__((vector_size(16)));
+};
+template <>
+struct pair_of<float> {
+  typedef float type __attribute__((vector_size(8)));
+};
+template <class T>
+using pair_t = typename pair_of<T>::type;
+template <class T>
+struct quad_of;
+template <>
+struct quad_of<double> {
+  typedef double type __attribute__((vector_size(32)));
+};
+template <>
+struct quad_of<float> {
+  typedef float type __attribute__((vector_size(16)));
+};
+template <class T>
+using quad_t = typename quad_of<T>::type;
+
+template <class V, class T>
+inline void load_lanes(V& v, const T* p) {
+  std::memcpy(&v, p, sizeof v);
+}
+template <class T>
+inline pair_t<T> load_pair(const T* p) {
+  pair_t<T> v;
+  load_lanes(v, p);
+  return v;
+}
+
 template <class T, bool TA, bool TB>
 void pst_body(i64 m, i64 n, i64 k, T alpha, const T* a, i64 lda, const T* b, i64 ldb, T* c, i64 ldc) {
+  using V = pair_t<T>;
   auto A = [a, lda](i64 i, i64 l) { return TA ? a[l + i * lda] : a[i + l * lda]; };
   auto B = [b, ldb](i64 l, i64 j) { return TB ? b[j + l * ldb] : b[l + j * ldb]; };
-  const i64 m2 = m & ~i64{1}, k4 = k & ~i64{3};
+  const i64 m2 = m & ~i64{1}, k4 = k & ~i64{3}, k2 = k & ~i64{1};
   i64 j = 0;
   for (; j + 4 <= n; j += 4) {
-    for (i64 i = 0; i < m2; i += 2) {
-      T s0[4] = {}, s1[4] = {};
-      i64 l = 0;
-      for (; l < k4; l += 4)
-        for (int u = 0; u < 4; ++u) {
-          T a0 = A(i, l + u), a1 = A(i + 1, l + u);
+    i64 i = 0;
+    if constexpr (!TA) {
+      // Two pairs at once where they are adjacent: one four-lane vector.
+      using Q = quad_t<T>;
+      for (; i + 4 <= m2; i += 4) {
+        Q s[4] = {};
+        for (i64 l = 0; l < k; ++l) {
+          Q av;
+          load_lanes(av, a + i + l * lda);
+#pragma GCC unroll 4
+          for (int q = 0; q < 4; ++q) s[q] += av * B(l, j + q);
+        }
+#pragma GCC unroll 4
+        for (int q = 0; q < 4; ++q)
+          for (int r = 0; r < 4; ++r) c[i + r + (j + q) * ldc] += alpha * s[q][r];
+      }
+    }
+    for (; i < m2; i += 2) {
+      T r0[4], r1[4];
+      if constexpr (!TA) {
+        V s[4] = {};
+        i64 l = 0;
+        for (; l < k4; l += 4)
+          #pragma GCC unroll 4
+          for (int u = 0; u < 4; ++u) {
+            const V av = load_pair(a + i + (l + u) * lda);
+            #pragma GCC unroll 4
+            for (int q = 0; q < 4; ++q) s[q] += av * B(l + u, j + q);
+          }
+        for (; l < k; ++l) {
+          const V av = load_pair(a + i + l * lda);
+          #pragma GCC unroll 4
+          for (int q = 0; q < 4; ++q) s[q] += av * B(l, j + q);
+        }
+        #pragma GCC unroll 4
+        for (int q = 0; q < 4; ++q) {
+          r0[q] = s[q][0];
+          r1[q] = s[q][1];
+        }
+      } else {
+        V s0[4] = {}, s1[4] = {};
+        i64 l = 0;
+        for (; l < k2; l += 2) {
+          const V a0 = load_pair(a + l + i * lda), a1 = load_pair(a + l + (i + 1) * lda);
+          #pragma GCC unroll 4
           for (int q = 0; q < 4; ++q) {
-            T bv = B(l + u, j + q);
+            V bv;
+            if constexpr (TB) {
+              bv = V{B(l, j + q), B(l + 1, j + q)};
+            } else {
+              bv = load_pair(b + l + (j + q) * ldb);
+            }
             s0[q] += a0 * bv;
             s1[q] += a1 * bv;
           }
         }
-      for (; l < k; ++l) {
-        T a0 = A(i, l), a1 = A(i + 1, l);
+        #pragma GCC unroll 4
         for (int q = 0; q < 4; ++q) {
-          T bv = B(l, j + q);
-          s0[q] += a0 * bv;
-          s1[q] += a1 * bv;
+          r0[q] = s0[q][0] + s0[q][1];
+          r1[q] = s1[q][0] + s1[q][1];
         }
+        for (; l < k; ++l)
+          #pragma GCC unroll 4
+          for (int q = 0; q < 4; ++q) {
+            r0[q] += A(i, l) * B(l, j + q);
+            r1[q] += A(i + 1, l) * B(l, j + q);
+          }
       }
+      #pragma GCC unroll 4
       for (int q = 0; q < 4; ++q) {
-        c[i + (j + q) * ldc] += alpha * s0[q];
-        c[i + 1 + (j + q) * ldc] += alpha * s1[q];
+        c[i + (j + q) * ldc] += alpha * r0[q];
+        c[i + 1 + (j + q) * ldc] += alpha * r1[q];
       }
     }
     if (m & 1) {
@@ -131,8 +220,10 @@ void pst_body(i64 m, i64 n, i64 k, T alpha, const T* a, i64 lda, const T* b, i64
       T s[4] = {};
       for (i64 l = 0; l < k; ++l) {
         T av = A(i, l);
+        #pragma GCC unroll 4
         for (int q = 0; q < 4; ++q) s[q] += av * B(l, j + q);
       }
+      #pragma GCC unroll 4
       for (int q = 0; q < 4; ++q) c[i + (j + q) * ldc] += alpha * s[q];
     }
   }
@@ -141,6 +232,7 @@ void pst_body(i64 m, i64 n, i64 k, T alpha, const T* a, i64 lda, const T* b, i64
       T s0 = T(0), s1 = T(0);
       i64 l = 0;
       for (; l < k4; l += 4)
+        #pragma GCC unroll 4
         for (int u = 0; u < 4; ++u) {
           T bv = B(l + u, j);
           s0 += A(i, l + u) * bv;
