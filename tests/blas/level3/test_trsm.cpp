@@ -1,0 +1,197 @@
+// The triangular solve against a reference substitution: every letter
+// combination and case, sizes on both sides of the block and leaf cuts,
+// alpha 0, subnormal diagonals, empty problems, failed allocations.
+#include <cmath>
+#include <string>
+
+#include "ref.h"
+
+namespace l3t {
+namespace {
+
+using qor::test::AllocWatch;
+using qor::test::MessageCapture;
+using qor::test::Rng;
+
+template <class T>
+double tolerance(i64 k) {
+  return 30.0 * eps<T>() * std::sqrt(static_cast<double>(k > 1 ? k : 1)) * 4;
+}
+
+// Solves one case and compares with the reference; letters may be of
+// either case.
+template <class T>
+void check_case(char side, char uplo, char trans, char diag, i64 m, i64 n, T alpha, Rng& g) {
+  const bool left = (side & 0xDF) == 'L';
+  const i64 k = left ? m : n;
+  const Mat<T> a = tri_mat<T>(k, g);
+  Mat<T> b = random_mat<T>(m, n, g);
+  Mat<T> want = b;
+  const Mat<T> before = b;
+  ref_trsm(side, uplo, trans, diag, alpha, a, want);
+  trsm(side, uplo, trans, diag, alpha, a, b);
+  SCOPED_TRACE(std::string("side ") + side + " uplo " + uplo + " trans " + trans + " diag " + diag + " m " +
+               std::to_string(m) + " n " + std::to_string(n));
+  EXPECT_LT(rel_diff(b, want), tolerance<T>(k));
+  EXPECT_TRUE(padding_same(b, before));
+}
+
+template <class T>
+class Trsm : public ::testing::Test {};
+TYPED_TEST_SUITE(Trsm, AllTypes);
+
+// Every side, uplo, transa and diag, in upper and lower case, on sizes that
+// are odd, even, below and above a leaf block.
+TYPED_TEST(Trsm, EveryCombination) {
+  using T = TypeParam;
+  Rng g(7);
+  const char transes[] = {'N', 'T', 'C'};
+  const i64 sizes[][2] = {{1, 1}, {7, 5}, {64, 64}, {65, 33}, {130, 66}, {97, 258}};
+  int count = 0;
+  for (char side : {'L', 'R'})
+    for (char uplo : {'U', 'L'})
+      for (char trans : transes)
+        for (char diag : {'N', 'U'})
+          for (auto& s : sizes) {
+            const bool lower_case = (count++ % 3) == 1;
+            auto lc = [&](char c) { return lower_case ? static_cast<char>(c | 0x20) : c; };
+            const T alpha = (count % 2) ? from<T>(1) : from<T>(-0.75, 0.5);
+            check_case<T>(lc(side), lc(uplo), lc(trans), lc(diag), s[0], s[1], alpha, g);
+          }
+}
+
+// The large-block cuts of the entry and the first layer: triangles of 128 to
+// 1024 and beyond, odd and even, with few right-hand sides so that the
+// reference stays cheap; and a wide right-hand side.
+TEST(TrsmSizes, AcrossBlockCuts) {
+  Rng g(11);
+  for (i64 k : {128, 256, 512, 1024, 1031})
+    for (char uplo : {'L', 'U'})
+      for (char trans : {'N', 'T'}) {
+        check_case<double>('L', uplo, trans, 'N', k, 10, 1.0, g);
+        check_case<double>('R', uplo, trans, 'N', 9, k, 1.0, g);
+      }
+  for (char side : {'L', 'R'})
+    for (char uplo : {'L', 'U'}) {
+      check_case<double>(side, uplo, 'N', 'U', side == 'L' ? 300 : 1100, side == 'L' ? 1100 : 300, 2.0, g);
+      check_case<float>(side, uplo, 'T', 'N', side == 'L' ? 260 : 600, side == 'L' ? 600 : 260, 1.0f, g);
+      check_case<c64>(side, uplo, 'C', 'N', side == 'L' ? 200 : 300, side == 'L' ? 300 : 200, c64(0.5, 1), g);
+    }
+}
+
+// The solve uses the GEMM body of each processor path.
+TEST(TrsmSizes, OnEveryPath) {
+  qor::test::on_every_path([](int) {
+    Rng g(5);
+    for (char side : {'L', 'R'})
+      for (char uplo : {'L', 'U'})
+        for (char trans : {'N', 'T'}) {
+          check_case<double>(side, uplo, trans, 'N', 200, 131, 1.0, g);
+          check_case<float>(side, uplo, trans, 'U', 131, 200, 1.0f, g);
+          check_case<c32>(side, uplo, trans == 'T' ? 'C' : 'N', 'N', 150, 70, c32(1), g);
+          check_case<c64>(side, uplo, trans, 'N', 70, 150, c64(1), g);
+        }
+  });
+}
+
+// alpha 0 clears B without using A, even when A and B hold NaN; on the
+// path of a subnormal diagonal as well.
+TYPED_TEST(Trsm, AlphaZeroClearsNaN) {
+  using T = TypeParam;
+  Rng g(3);
+  const R<T> nan = std::numeric_limits<R<T>>::quiet_NaN();
+  for (bool subnormal : {false, true})
+    for (char side : {'L', 'R'}) {
+      Mat<T> a = tri_mat<T>(40, g);
+      for (auto& x : a.v) x = from<T>(nan, nan);
+      for (i64 i = 0; i < 40; ++i) a(i, i) = from<T>(1);
+      if (subnormal) a(3, 3) = from<T>(std::numeric_limits<R<T>>::denorm_min());
+      Mat<T> b(40, 40);
+      for (auto& x : b.v) x = from<T>(nan, nan);
+      trsm<T>(side, 'L', 'N', 'N', T(0), a, b);
+      for (i64 j = 0; j < 40; ++j)
+        for (i64 i = 0; i < 40; ++i) ASSERT_EQ(b(i, j), T(0)) << side << " subnormal " << subnormal;
+    }
+}
+
+// A diagonal with one subnormal element goes to the dividing solver, which
+// needs no memory and gives finite results where a reciprocal would
+// overflow. A unit diagonal holding subnormals is not read, and the solve
+// takes the blocked path (whose GEMM allocates).
+TYPED_TEST(Trsm, SubnormalDiagonal) {
+  using T = TypeParam;
+  Rng g(9);
+  const R<T> tiny = std::numeric_limits<R<T>>::denorm_min() * 8;
+  const i64 n = 150;
+  for (char side : {'L', 'R'})
+    for (char trans : {'N', 'T'}) {
+      Mat<T> a = tri_mat<T>(n, g);
+      a(70, 70) = from<T>(tiny);
+      Mat<T> b = random_mat<T>(side == 'L' ? n : 20, side == 'L' ? 20 : n, g);
+      // Keep the element solved against the subnormal one small, so that
+      // the true result is finite.
+      const R<T> small = std::numeric_limits<R<T>>::min() * 64;
+      for (auto& x : b.v) x *= small;
+      Mat<T> want = b;
+      ref_trsm<T>(side, 'L', trans, 'N', T(1), a, want);
+      AllocWatch watch;
+      trsm<T>(side, 'L', trans, 'N', T(1), a, b);
+      EXPECT_EQ(watch.allocations(), 0) << "the dividing solver allocates nothing";
+      for (i64 j = 0; j < b.cols; ++j)
+        for (i64 i = 0; i < b.rows; ++i) {
+          ASSERT_TRUE(std::isfinite(static_cast<double>(mag(b(i, j))))) << side << trans << " " << i << "," << j;
+          ASSERT_LE(static_cast<double>(mag(b(i, j) - want(i, j))),
+                    1e-3 * static_cast<double>(mag(want(i, j))) + 1e-30);
+        }
+    }
+  for (char side : {'L', 'R'}) {
+    Mat<T> a = tri_mat<T>(n, g);
+    for (i64 i = 0; i < n; ++i) a(i, i) = from<T>(tiny);
+    Mat<T> b = random_mat<T>(side == 'L' ? n : 30, side == 'L' ? 30 : n, g);
+    Mat<T> want = b;
+    ref_trsm<T>(side, 'U', 'N', 'U', T(1), a, want);
+    AllocWatch watch;
+    trsm<T>(side, 'U', 'N', 'U', T(1), a, b);
+    EXPECT_GT(watch.allocations(), 0) << "a unit diagonal is not checked";
+    EXPECT_LT(rel_diff(b, want), tolerance<T>(n));
+  }
+}
+
+// n of 0 returns at once whatever alpha, and m of 0 too: nothing is read.
+TYPED_TEST(Trsm, EmptyProblems) {
+  using T = TypeParam;
+  const T alpha(0);
+  const i64 lda = 5, ldb = 5;
+  for (char side : {'L', 'R'}) {
+    i64 m = 5, n = 0;
+    Calls<T>::trsm(&side, "L", "N", "N", &m, &n, &alpha, nullptr, &lda, nullptr, &ldb);
+    m = 0, n = 5;
+    if (side == 'L') Calls<T>::trsm(&side, "L", "N", "N", &m, &n, &alpha, nullptr, &lda, nullptr, &ldb);
+  }
+}
+
+// When every allocation fails the GEMM below falls back to its unpacked
+// kernel: the same result, warnings, no leak.
+TEST(TrsmFaults, FailedAllocations) {
+  Rng g(13);
+  MessageCapture capture;
+  AllocWatch watch;
+  qor_fault_fail_after(QOR_POOL_BOTH, 0);
+  for (char side : {'L', 'R'}) check_case<double>(side, 'U', 'T', 'N', 300, 140, 1.0, g);
+  check_case<c64>('L', 'L', 'C', 'N', 150, 90, c64(1), g);
+  qor_fault_reset();
+  EXPECT_GT(watch.failures(), 0);
+  EXPECT_GT(capture.count(QOR_MSG_WARNING), 0);
+}
+
+// Two threads split the right-hand sides; the result is that of one.
+TEST(TrsmThreads, TeamMatchesReference) {
+  Rng g(17);
+  qor_set_num_threads(2);
+  for (char side : {'L', 'R'})
+    for (char uplo : {'L', 'U'}) check_case<double>(side, uplo, 'N', 'N', side == 'L' ? 400 : 333, side == 'L' ? 333 : 400, 1.0, g);
+  qor_set_num_threads(0);
+}
+
+}  // namespace
+}  // namespace l3t
