@@ -1,0 +1,95 @@
+// The entries of the s, c, z GEMM members and their baseline body, with the
+// baseline pieces (unpacked kernel, scaling, packing, inner kernels).
+#include "blas/gemm_scz/api.h"
+#include "blas/gemm_scz/driver_base.h"
+#include "frame/services.h"
+
+namespace qor::base::gemm_scz {
+namespace {
+
+template <class T> using Body = void (*)(QOR_GEMM_SCZ_ARGS(T));
+
+// Quick return on an empty C, then the processor dispatch: only on tier 0
+// does a tuned AMD body run; Barcelona tail-calls its body, Bulldozer and
+// Zen call the _bdz body, anything else takes the baseline body.
+template <class T>
+void entry(Body<T> brc, Body<T> bdz, const char* ta, const char* tb, const i64* m, const i64* n, const i64* k,
+           const T* alpha, const T* a, const i64* lda, const T* b, const i64* ldb, const T* beta, T* c,
+           const i64* ldc) {
+  const i64 mm = *m, nn = *n;
+  if (mm <= 0 || nn <= 0) return;
+  if (qor_serv_cpu_detect() == 0) {
+    if (qor_serv_cpuisitbarcelona() != 0) return brc(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+    if (qor_serv_cpuisbulldozer() != 0 || qor_serv_cpuiszen() != 0) {
+      bdz(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+      return;
+    }
+  }
+  base_body(ta, op_of<T>(ta), op_of<T>(tb), mm, nn, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc);
+}
+
+}  // namespace
+}  // namespace qor::base::gemm_scz
+
+namespace g = qor::base::gemm_scz;
+using g::Beta;
+using g::Op;
+using std::int64_t;
+
+#define QOR_GEMM_SCZ_BASE(x, E, BRC)                                                                         \
+  QOR_DEF_API void qor_blas_def_x##x##gemm(QOR_GEMM_SCZ_ARGS(E)) {                                           \
+    g::entry<E>(&BRC, &qor_blas_def_x##x##gemm_bdz, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c,   \
+                ldc);                                                                                        \
+  }                                                                                                          \
+  QOR_DEF_API void qor_blas_def_##x##gemm_pst(QOR_GEMM_SCZ_ARGS(E)) {                                        \
+    g::pst<E>(transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc);                          \
+  }                                                                                                          \
+  QOR_DEF_API void qor_blas_def_##x##gemm_zerom(const int64_t* m, const int64_t* n, E* c, const int64_t* ldc) { \
+    g::zero_block(*m, *n, c, *ldc);                                                                          \
+  }                                                                                                          \
+  QOR_DEF_API void qor_blas_def_##x##gemm_scalm(const int64_t* m, const int64_t* n, const E* beta, E* c,       \
+                                                 const int64_t* ldc) {                                       \
+    g::scale_block(*m, *n, *beta, c, *ldc);                                                                  \
+  }                                                                                                          \
+  QOR_DEF_API void qor_blas_def_##x##gemm_copyan(QOR_GEMM_SCZ_COPYA(E)) {                                    \
+    g::pack_a_sse(Op::N, *rows, *depth, a, *lda, panel, *alpha);                                             \
+  }                                                                                                          \
+  QOR_DEF_API void qor_blas_def_##x##gemm_copyat(QOR_GEMM_SCZ_COPYA(E)) {                                    \
+    g::pack_a_sse(Op::T, *rows, *depth, a, *lda, panel, *alpha);                                             \
+  }                                                                                                          \
+  QOR_DEF_API void qor_blas_def_##x##gemm_copybn(QOR_GEMM_SCZ_COPYB(E)) {                                    \
+    g::pack_b_sse(Op::N, *depth, *cols, b, *ldb, panel);                                                     \
+  }                                                                                                          \
+  QOR_DEF_API void qor_blas_def_##x##gemm_copybt(QOR_GEMM_SCZ_COPYB(E)) {                                    \
+    g::pack_b_sse(Op::T, *depth, *cols, b, *ldb, panel);                                                     \
+  }                                                                                                          \
+  QOR_DEF_API void qor_blas_def_##x##gemm_inner(QOR_GEMM_SCZ_INNER(E)) {                                     \
+    (void)alpha, (void)beta;                                                                                 \
+    g::inner<E, Beta::One>(*m, *n, *k, a, b, E(0), c, *ldc, expanded);                                       \
+  }                                                                                                          \
+  QOR_DEF_API void qor_blas_def_##x##gemm_inner_roll(QOR_GEMM_SCZ_INNER(E)) {                                \
+    (void)alpha, (void)beta;                                                                                 \
+    g::inner<E, Beta::One>(*m, *n, g::round_up(*k, 4), a, b, E(0), c, *ldc, expanded);                       \
+  }                                                                                                          \
+  QOR_DEF_API void qor_blas_def_##x##gemm_inner_b_roll(QOR_GEMM_SCZ_INNER(E)) {                              \
+    (void)alpha, (void)beta;                                                                                 \
+    g::inner<E, Beta::Any>(*m, *n, g::round_up(*k, 4), a, b, *beta, c, *ldc, expanded);                      \
+  }                                                                                                          \
+  QOR_DEF_API void qor_blas_def_##x##gemm_inner_z_roll(QOR_GEMM_SCZ_INNER(E)) {                              \
+    (void)alpha, (void)beta;                                                                                 \
+    g::inner<E, Beta::Zero>(*m, *n, g::round_up(*k, 4), a, b, E(0), c, *ldc, expanded);                      \
+  }
+
+#define QOR_GEMM_SCZ_BASE_COMPLEX(x, E)                                                                      \
+  QOR_DEF_API void qor_blas_def_##x##gemm_copyac(QOR_GEMM_SCZ_COPYA(E)) {                                    \
+    g::pack_a_sse(Op::C, *rows, *depth, a, *lda, panel, *alpha);                                             \
+  }                                                                                                          \
+  QOR_DEF_API void qor_blas_def_##x##gemm_copybc(QOR_GEMM_SCZ_COPYB(E)) {                                    \
+    g::pack_b_sse(Op::C, *depth, *cols, b, *ldb, panel);                                                     \
+  }
+
+QOR_GEMM_SCZ_BASE(s, float, qor_blas_def_xsgemm1_brc)
+QOR_GEMM_SCZ_BASE(c, ::qor::c32, qor_blas_def_xcgemm_brc)
+QOR_GEMM_SCZ_BASE(z, ::qor::c64, qor_blas_def_xzgemm_brc)
+QOR_GEMM_SCZ_BASE_COMPLEX(c, ::qor::c32)
+QOR_GEMM_SCZ_BASE_COMPLEX(z, ::qor::c64)

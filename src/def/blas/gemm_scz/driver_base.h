@@ -1,0 +1,102 @@
+// The baseline body of the s, c, z members.
+//
+// Unlike the d member, beta is not applied to C in advance: the first
+// kernel call on each part of C applies it (_z_roll for beta 0 without
+// reading C, _b_roll for other values, _roll for beta 1), and the partial
+// depth block, k mod the depth block, is handled first, so all later calls
+// are full blocks that only add. Blocks are fixed per type (traits.h).
+#pragma once
+#include "blas/gemm_scz/pack_sse.h"
+#include "blas/gemm_scz/pst.h"
+#include "blas/gemm_scz/scale.h"
+#include "blas/gemm_scz/sse.h"
+#include "blas/gemm_scz/traits.h"
+#include "blas/level2/dispatch.h"
+#include "frame/services.h"
+
+QOR_ISA_BEGIN
+namespace gemm_scz {
+
+inline Beta beta_mode_of(bool first, bool zero, bool one) {
+  return !first || one ? Beta::One : zero ? Beta::Zero : Beta::Any;
+}
+
+template <class T>
+void inner_any(Beta mode, i64 m, i64 n, i64 kp, const T* a, const T* b, T beta, T* c, i64 ldc, T* e) {
+  if (mode == Beta::Zero) inner<T, Beta::Zero>(m, n, kp, a, b, beta, c, ldc, e);
+  else if (mode == Beta::One) inner<T, Beta::One>(m, n, kp, a, b, beta, c, ldc, e);
+  else inner<T, Beta::Any>(m, n, kp, a, b, beta, c, ldc, e);
+}
+
+// The columns past the last group of 4, over all m rows, each through the
+// dispatching gemv: C(:, j) = alpha op(A) op(B)(:, j) + beta C(:, j). A
+// conjugated B column is not a gemv operand, so with the letter C for B
+// these columns go through the unpacked kernel instead.
+template <class T>
+void remainder_columns(const char* ta, Op opa, Op opb, i64 m, i64 j0, i64 n, i64 k, T alpha, const T* a, i64 lda,
+                       const T* b, i64 ldb, T beta, T* c, i64 ldc) {
+  if (j0 >= n) return;
+  if (opb == Op::C) {
+    pst(opa, opb, m, n - j0, k, alpha, a, lda, b_at(b, ldb, opb, 0, j0), ldb, beta, c + j0 * ldc, ldc);
+    return;
+  }
+  const i64 rows = opa == Op::N ? m : k, cols = opa == Op::N ? k : m;
+  const i64 incx = opb == Op::N ? 1 : ldb, one = 1;
+  for (i64 j = j0; j < n; ++j) {
+    const T* x = b_at(b, ldb, opb, 0, j);
+    if constexpr (std::is_same_v<T, float>) qor_blas_sgemv(ta, &rows, &cols, &alpha, a, &lda, x, &incx, &beta, c + j * ldc, &one);
+    else if constexpr (std::is_same_v<T, c32>) qor_blas_cgemv(ta, &rows, &cols, &alpha, a, &lda, x, &incx, &beta, c + j * ldc, &one);
+    else qor_blas_zgemv(ta, &rows, &cols, &alpha, a, &lda, x, &incx, &beta, c + j * ldc, &one);
+  }
+}
+
+template <class T>
+void base_body(const char* ta, Op opa, Op opb, i64 m, i64 n, i64 k, T alpha, const T* a, i64 lda, const T* b, i64 ldb, T beta,
+               T* c, i64 ldc) {
+  using Tr = traits<T>;
+  using R = real_t<T>;
+  if (is_zero(alpha)) {
+    scale_block(m, n, beta, c, ldc);
+    return;
+  }
+  if (Tr::small(m, n, k)) {
+    pst(opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+    return;
+  }
+  const i64 nb = n < Tr::nb_max ? n : Tr::nb_max;
+  void* raw = qor_serv_allocate(Tr::work_bytes(nb), 128);
+  if (qor_serv_check_ptr_and_warn(raw, Tr::name) != 0) {
+    pst(opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+    return;
+  }
+  // A panel on the first 4096-byte boundary above the raw pointer, the
+  // expanded area after it on 128, the B panel after that on 4096.
+  T* ap = reinterpret_cast<T*>((reinterpret_cast<std::uintptr_t>(raw) & ~std::uintptr_t{4095}) + 4096);
+  T* ep = align_up<T>(ap + Tr::mb * Tr::kb, 128);
+  T* bp = align_up<T>(reinterpret_cast<R*>(ep) + Tr::kb * sse_tile<T>::e_step, 4096);
+
+  const bool bz = is_zero(beta), b1 = is_one(beta);
+  const i64 mm = m / Tr::main_rows * Tr::main_rows, n4 = n / 4 * 4;
+  for (i64 j = 0; j < n4; j += nb) {
+    const i64 nj = n4 - j < nb ? n4 - j : nb;
+    for_depth_blocks(k, Tr::kb, [&](i64 l0, i64 d, bool first) {
+      const i64 kp = round_up(d, 4);
+      pack_b_sse(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp);
+      const Beta mode = beta_mode_of(first, bz, b1);
+      for (i64 i = 0; i < mm; i += Tr::mb) {
+        const i64 mi = mm - i < Tr::mb ? mm - i : Tr::mb;
+        pack_a_sse(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha);
+        inner_any(mode, mi, nj, kp, ap, bp, beta, c + i + j * ldc, ldc, ep);
+      }
+    });
+  }
+  // Rows past the last whole tile, over the packed columns; then the
+  // columns past the last group of 4, over all rows. Each part of C gets
+  // beta once.
+  if (mm < m && n4 > 0) pst(opa, opb, m - mm, n4, k, alpha, a_at(a, lda, opa, mm, 0), lda, b, ldb, beta, c + mm, ldc);
+  remainder_columns(ta, opa, opb, m, n4, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+  qor_serv_deallocate(raw);
+}
+
+}  // namespace gemm_scz
+QOR_ISA_END

@@ -1,0 +1,237 @@
+// The 256-bit kernels of the tuned s, c, z bodies, written once and compiled
+// twice: in the Bulldozer-class file (AVX + FMA) as *_kernel_0_bdz and in the
+// Zen-class file (AVX2 + FMA) as *_kernel_0_zen.
+//
+// Panels hold strips with no padding: A in strips of MR rows (s 16, c 8,
+// z 4), B in strips of NR columns (s 4, c and z 2), elements of one depth
+// step side by side (complex values interleaved), the last strip of each as
+// wide as what is left. The kernel runs exactly the depth and has its own
+// tails: rows in chunks of MR, then of halves down to 1; columns in chunks
+// of NR, then 1 (and 2 for s).
+//
+// Accumulators start at zero and take the products in depth order; the sum
+// then meets C once. For complex types the real and the imaginary lanes of
+// B go to separate accumulators, and one swap and add-subtract after the
+// depth loop make the complex product.
+#pragma once
+#include <immintrin.h>
+
+#include "blas/gemm_scz/sse.h"
+#include "blas/gemm_scz/traits.h"
+
+QOR_ISA_BEGIN
+namespace gemm_scz {
+
+// Vector kinds: lanes of one row chunk. F2/F1 and D2 are the short tails.
+struct F8 {
+  using R = float;
+  using V = __m256;
+  static constexpr int lanes = 8;
+  static V load(const float* p) { return _mm256_loadu_ps(p); }
+  static void store(float* p, V v) { _mm256_storeu_ps(p, v); }
+  static V bcast(const float* p) { return _mm256_broadcast_ss(p); }
+  static V zero() { return _mm256_setzero_ps(); }
+  static V fma(V a, V b, V c) { return _mm256_fmadd_ps(a, b, c); }
+  static V add(V a, V b) { return _mm256_add_ps(a, b); }
+  static V mul(V a, V b) { return _mm256_mul_ps(a, b); }
+  static V swap(V a) { return _mm256_permute_ps(a, 0xB1); }
+  static V addsub(V a, V b) { return _mm256_addsub_ps(a, b); }
+};
+struct F4 {
+  using R = float;
+  using V = __m128;
+  static constexpr int lanes = 4;
+  static V load(const float* p) { return _mm_loadu_ps(p); }
+  static void store(float* p, V v) { _mm_storeu_ps(p, v); }
+  static V bcast(const float* p) { return _mm_broadcast_ss(p); }
+  static V zero() { return _mm_setzero_ps(); }
+  static V fma(V a, V b, V c) { return _mm_fmadd_ps(a, b, c); }
+  static V add(V a, V b) { return _mm_add_ps(a, b); }
+  static V mul(V a, V b) { return _mm_mul_ps(a, b); }
+  static V swap(V a) { return _mm_permute_ps(a, 0xB1); }
+  static V addsub(V a, V b) { return _mm_addsub_ps(a, b); }
+};
+struct F2 : F4 {
+  static constexpr int lanes = 2;
+  static V load(const float* p) { return _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(p))); }
+  static void store(float* p, V v) { _mm_store_sd(reinterpret_cast<double*>(p), _mm_castps_pd(v)); }
+};
+struct F1 : F4 {
+  static constexpr int lanes = 1;
+  static V load(const float* p) { return _mm_load_ss(p); }
+  static void store(float* p, V v) { _mm_store_ss(p, v); }
+};
+struct D4 {
+  using R = double;
+  using V = __m256d;
+  static constexpr int lanes = 4;
+  static V load(const double* p) { return _mm256_loadu_pd(p); }
+  static void store(double* p, V v) { _mm256_storeu_pd(p, v); }
+  static V bcast(const double* p) { return _mm256_broadcast_sd(p); }
+  static V zero() { return _mm256_setzero_pd(); }
+  static V fma(V a, V b, V c) { return _mm256_fmadd_pd(a, b, c); }
+  static V add(V a, V b) { return _mm256_add_pd(a, b); }
+  static V mul(V a, V b) { return _mm256_mul_pd(a, b); }
+  static V swap(V a) { return _mm256_permute_pd(a, 0x5); }
+  static V addsub(V a, V b) { return _mm256_addsub_pd(a, b); }
+};
+struct D2 {
+  using R = double;
+  using V = __m128d;
+  static constexpr int lanes = 2;
+  static V load(const double* p) { return _mm_loadu_pd(p); }
+  static void store(double* p, V v) { _mm_storeu_pd(p, v); }
+  static V bcast(const double* p) { return _mm_loaddup_pd(p); }
+  static V zero() { return _mm_setzero_pd(); }
+  static V fma(V a, V b, V c) { return _mm_fmadd_pd(a, b, c); }
+  static V add(V a, V b) { return _mm_add_pd(a, b); }
+  static V mul(V a, V b) { return _mm_mul_pd(a, b); }
+  static V swap(V a) { return _mm_permute_pd(a, 0x1); }
+  static V addsub(V a, V b) { return _mm_addsub_pd(a, b); }
+};
+
+// Tile shape of the tuned kernels.
+template <class T> struct avx_shape;
+template <> struct avx_shape<float> { static constexpr i64 mr = 16, nr = 4; };
+template <> struct avx_shape<c32> { static constexpr i64 mr = 8, nr = 2; };
+template <> struct avx_shape<c64> { static constexpr i64 mr = 4, nr = 2; };
+
+// One chunk of `rows` rows: which vectors hold it and how many.
+template <class T, int rows> struct chunk;
+template <> struct chunk<float, 16> { using K = F8; static constexpr int nv = 2; };
+template <> struct chunk<float, 8> { using K = F8; static constexpr int nv = 1; };
+template <> struct chunk<float, 4> { using K = F4; static constexpr int nv = 1; };
+template <> struct chunk<float, 2> { using K = F2; static constexpr int nv = 1; };
+template <> struct chunk<float, 1> { using K = F1; static constexpr int nv = 1; };
+template <> struct chunk<c32, 8> { using K = F8; static constexpr int nv = 2; };
+template <> struct chunk<c32, 4> { using K = F8; static constexpr int nv = 1; };
+template <> struct chunk<c32, 2> { using K = F4; static constexpr int nv = 1; };
+template <> struct chunk<c32, 1> { using K = F2; static constexpr int nv = 1; };
+template <> struct chunk<c64, 4> { using K = D4; static constexpr int nv = 2; };
+template <> struct chunk<c64, 2> { using K = D4; static constexpr int nv = 1; };
+template <> struct chunk<c64, 1> { using K = D2; static constexpr int nv = 1; };
+
+// rows x NC of C from a chunk of an A strip (as reals per depth step) and
+// a chunk of a B strip (bs reals per depth step).
+template <class T, int rows, int NC>
+inline void micro(i64 k, const real_t<T>* a, i64 as, const real_t<T>* b, i64 bs, Beta mode, T beta, T* c, i64 ldc) {
+  using C = chunk<T, rows>;
+  using K = typename C::K;
+  using V = typename K::V;
+  using R = real_t<T>;
+  constexpr int NV = C::nv;
+  constexpr bool cx = is_complex_v<T>;
+  V res[NC][NV];
+  if constexpr (!cx) {
+    V acc[NC][NV];
+    for (int j = 0; j < NC; ++j)
+      for (int v = 0; v < NV; ++v) acc[j][v] = K::zero();
+#pragma GCC unroll 4
+    for (i64 l = 0; l < k; ++l) {
+      V av[NV];
+      for (int v = 0; v < NV; ++v) av[v] = K::load(a + l * as + v * K::lanes);
+      for (int j = 0; j < NC; ++j) {
+        const V bj = K::bcast(b + l * bs + j);
+        for (int v = 0; v < NV; ++v) acc[j][v] = K::fma(av[v], bj, acc[j][v]);
+      }
+    }
+    for (int j = 0; j < NC; ++j)
+      for (int v = 0; v < NV; ++v) res[j][v] = acc[j][v];
+  } else {
+    V re[NC][NV], im[NC][NV];
+    for (int j = 0; j < NC; ++j)
+      for (int v = 0; v < NV; ++v) re[j][v] = im[j][v] = K::zero();
+#pragma GCC unroll 4
+    for (i64 l = 0; l < k; ++l) {
+      V av[NV];
+      for (int v = 0; v < NV; ++v) av[v] = K::load(a + l * as + v * K::lanes);
+      for (int j = 0; j < NC; ++j) {
+        const V br = K::bcast(b + l * bs + 2 * j), bi = K::bcast(b + l * bs + 2 * j + 1);
+        for (int v = 0; v < NV; ++v) {
+          re[j][v] = K::fma(av[v], br, re[j][v]);
+          im[j][v] = K::fma(av[v], bi, im[j][v]);
+        }
+      }
+    }
+    for (int j = 0; j < NC; ++j)
+      for (int v = 0; v < NV; ++v) res[j][v] = K::addsub(re[j][v], K::swap(im[j][v]));
+  }
+  R br_[1], bi_[1];
+  if constexpr (cx) br_[0] = beta.real(), bi_[0] = beta.imag();
+  else br_[0] = beta, bi_[0] = 0;
+  for (int j = 0; j < NC; ++j) {
+    R* cj = reinterpret_cast<R*>(c + j * ldc);
+    for (int v = 0; v < NV; ++v) {
+      R* p = cj + v * K::lanes;
+      V r = res[j][v];
+      if (mode == Beta::One) {
+        r = K::add(K::load(p), r);
+      } else if (mode == Beta::Any) {
+        const V old = K::load(p);
+        if constexpr (cx) {
+          r = K::add(K::addsub(K::mul(old, K::bcast(br_)), K::mul(K::swap(old), K::bcast(bi_))), r);
+        } else {
+          r = K::fma(K::bcast(br_), old, r);
+        }
+      }
+      K::store(p, r);
+    }
+  }
+}
+
+// All columns of one row chunk.
+template <class T, int rows>
+inline void row_chunk(i64 n, i64 k, const real_t<T>* a, i64 as, const real_t<T>* b, Beta mode, T beta, T* c, i64 ldc) {
+  constexpr i64 NR = avx_shape<T>::nr, rr = reals<T>;
+  for (i64 j0 = 0; j0 < n; j0 += NR) {
+    const i64 w = n - j0 < NR ? n - j0 : NR;
+    const real_t<T>* bs = b + j0 * k * rr;
+    T* cj = c + j0 * ldc;
+    if (w == NR) {
+      micro<T, rows, NR>(k, a, as, bs, NR * rr, mode, beta, cj, ldc);
+      continue;
+    }
+    i64 q = 0;
+    if constexpr (NR == 4) {
+      if (w - q >= 2) {
+        micro<T, rows, 2>(k, a, as, bs + q * rr, w * rr, mode, beta, cj + q * ldc, ldc);
+        q += 2;
+      }
+    }
+    if (w - q >= 1) micro<T, rows, 1>(k, a, as, bs + q * rr, w * rr, mode, beta, cj + q * ldc, ldc);
+  }
+}
+
+// The row chunks of one strip of height h: MR if full, else halves.
+template <class T, int rows>
+inline void strip_rows(i64 h, i64& off, i64 n, i64 k, const real_t<T>* strip, const real_t<T>* b, Beta mode, T beta,
+                       T* c, i64 ldc) {
+  if (h - off >= rows) {
+    row_chunk<T, rows>(n, k, strip + off * reals<T>, h * reals<T>, b, mode, beta, c + off, ldc);
+    off += rows;
+  }
+  if constexpr (rows > 1) strip_rows<T, rows / 2>(h, off, n, k, strip, b, mode, beta, c, ldc);
+}
+
+template <class T> void avx_kernel(i64 m, i64 n, i64 k, const T* a, const T* b, T beta, T* c, i64 ldc) {
+  if (m <= 0 || n <= 0) return;
+  constexpr i64 MR = avx_shape<T>::mr;
+  const Beta mode = is_zero(beta) ? Beta::Zero : is_one(beta) ? Beta::One : Beta::Any;
+  if (k <= 0) {
+    // No depth: only beta acts.
+    for (i64 j = 0; j < n; ++j)
+      for (i64 i = 0; i < m; ++i) c[i + j * ldc] = mode == Beta::Zero ? T(0) : mul(beta, c[i + j * ldc]);
+    return;
+  }
+  using R = real_t<T>;
+  const R* ar = reinterpret_cast<const R*>(a);
+  const R* br = reinterpret_cast<const R*>(b);
+  for (i64 i0 = 0; i0 < m; i0 += MR) {
+    const i64 h = m - i0 < MR ? m - i0 : MR;
+    i64 off = 0;
+    strip_rows<T, static_cast<int>(MR)>(h, off, n, k, ar + i0 * k * reals<T>, br, mode, beta, c + i0, ldc);
+  }
+}
+
+}  // namespace gemm_scz
+QOR_ISA_END
