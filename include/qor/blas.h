@@ -33,6 +33,12 @@ void xerbla_64_(const char* routine, const int64_t* arg, size_t len);
 #if __has_include("qor/blas_level3.h")
 #include "qor/blas_level3.h"
 #endif
+#if __has_include("qor/blas_gemm_scz.h")
+#include "qor/blas_gemm_scz.h"
+#endif
+#if __has_include("qor/blas_level3_ext.h")
+#include "qor/blas_level3_ext.h"
+#endif
 #endif
 
 #endif

@@ -24,20 +24,7 @@
 
 #include <stdint.h>
 
-#ifdef __cplusplus
-#include <complex>
-#endif
-
-#ifndef QOR_COMPLEX_TYPES_DEFINED
-#define QOR_COMPLEX_TYPES_DEFINED
-#ifdef __cplusplus
-typedef std::complex<float> qor_complex_float;
-typedef std::complex<double> qor_complex_double;
-#else
-typedef float _Complex qor_complex_float;
-typedef double _Complex qor_complex_double;
-#endif
-#endif
+#include "qor/qor_types.h"
 
 #ifdef __cplusplus
 extern "C" {

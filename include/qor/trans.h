@@ -47,21 +47,12 @@
 #include <stdint.h>
 
 #include "qor/qor.h"
+#include "qor/qor_types.h"
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-#ifndef QOR_COMPLEX_TYPES_DEFINED
-#define QOR_COMPLEX_TYPES_DEFINED
-/* Complex elements: interleaved real and imaginary parts. */
-typedef struct qor_complex8 {
-  float real, imag;
-} qor_complex8;
-typedef struct qor_complex16 {
-  double real, imag;
-} qor_complex16;
-#endif
 
 #define QOR_TRANS_DECLARE_PUBLIC(t, T)                                                                              \
   QOR_API void qor_##t##omatcopy(char ordering, char trans, size_t rows, size_t cols, T alpha, const T* a,         \
