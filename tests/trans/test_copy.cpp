@@ -68,6 +68,25 @@ TYPED_TEST(OmatcopyTest, ThreadedSizesAndThinShapes) {
   check_copy<T>('C', 'T', 129, 513, T(1), 5, 0, 3, 2);
 }
 
+// Large transpositions whose destination rows can be written in whole
+// aligned lines, starting at several offsets from a line, with the edges
+// that do not fill a tile.
+TYPED_TEST(OmatcopyTest, LargeLineAlignedDestinations) {
+  using T = TypeParam;
+  const std::size_t rows = 1030, cols = 610, lda = 613, ldb = 1040;
+  const std::vector<T> a = random_buffer<T>(rows * lda, 3);
+  for (std::size_t offset : {0, 1, 3}) {
+    for (char t : std::string("TC")) {
+      for (T alpha : {T(1), odd_scalar<T>()}) {
+        std::vector<T> b = random_buffer<T>(cols * ldb + offset + 8, 4), want = b;
+        reference_omatcopy2('R', t, rows, cols, alpha, a.data(), lda, 1, want.data() + offset, ldb, 1);
+        Api<T>::omatcopy('R', t, rows, cols, alpha, a.data(), lda, b.data() + offset, ldb);
+        EXPECT_TRUE(same_buffer(b, want)) << "offset " << offset << " trans " << t;
+      }
+    }
+  }
+}
+
 TYPED_TEST(OmatcopyTest, ZeroSizesTouchNothing) {
   using T = TypeParam;
   std::vector<T> a(16, T(1)), b(16, T(7));

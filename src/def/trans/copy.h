@@ -3,6 +3,9 @@
 // Rows and columns are in row-major terms here: element (i, j) of `a` lies at
 // a[i * lda + j * stridea]. Column-major callers exchange rows and columns.
 #pragma once
+#include <emmintrin.h>
+
+#include <cstdint>
 #include <cstring>
 
 #include "trans/elem.h"
@@ -119,13 +122,133 @@ void xomatcopy2_rec(u64 rows, u64 cols, const T* a, u64 lda, u64 sa, T* b, u64 l
   transpose_leaf<Conj, Scale>(rows, cols, a, lda, sa, b, ldb, sb, alpha);
 }
 
-// The _t (Conj false) and _c (Conj true) kernels.
+// Unit-stride transposition by square tiles of one cache line per row: W
+// elements of 64 / sizeof(T) bytes. A tile is transposed through a local
+// buffer and written a whole line per row of b. Large results are written
+// with streaming stores, which need no read of the destination lines; the
+// tiles then run along the rows of a, so that a is read in W sequential
+// streams. Otherwise they run along the rows of b, which stay in cache.
+template <class T>
+inline constexpr u64 tile_of = 64 / sizeof(T);
+
+// The tile, transposed: tile[j][i] = op(a[i * lda + j]).
+template <bool Conj, bool Scale, class T>
+inline void load_tile(const T* a, u64 lda, T* tile, T alpha) {
+  constexpr u64 W = tile_of<T>;
+  if constexpr (!Conj && !Scale && sizeof(T) == 8) {
+    const auto* src = reinterpret_cast<const double*>(a);
+    auto* dst = reinterpret_cast<double*>(tile);
+    for (u64 i = 0; i < W; i += 2)
+      for (u64 j = 0; j < W; j += 2) {
+        const __m128d r0 = _mm_loadu_pd(src + i * lda + j), r1 = _mm_loadu_pd(src + (i + 1) * lda + j);
+        _mm_store_pd(dst + j * W + i, _mm_unpacklo_pd(r0, r1));
+        _mm_store_pd(dst + (j + 1) * W + i, _mm_unpackhi_pd(r0, r1));
+      }
+  } else if constexpr (!Conj && !Scale && sizeof(T) == 4) {
+    const auto* src = reinterpret_cast<const float*>(a);
+    auto* dst = reinterpret_cast<float*>(tile);
+    for (u64 i = 0; i < W; i += 4)
+      for (u64 j = 0; j < W; j += 4) {
+        const __m128 r0 = _mm_loadu_ps(src + i * lda + j), r1 = _mm_loadu_ps(src + (i + 1) * lda + j);
+        const __m128 r2 = _mm_loadu_ps(src + (i + 2) * lda + j), r3 = _mm_loadu_ps(src + (i + 3) * lda + j);
+        const __m128 t0 = _mm_unpacklo_ps(r0, r1), t1 = _mm_unpackhi_ps(r0, r1);
+        const __m128 t2 = _mm_unpacklo_ps(r2, r3), t3 = _mm_unpackhi_ps(r2, r3);
+        _mm_store_ps(dst + j * W + i, _mm_movelh_ps(t0, t2));
+        _mm_store_ps(dst + (j + 1) * W + i, _mm_movehl_ps(t2, t0));
+        _mm_store_ps(dst + (j + 2) * W + i, _mm_movelh_ps(t1, t3));
+        _mm_store_ps(dst + (j + 3) * W + i, _mm_movehl_ps(t3, t1));
+      }
+  } else {
+    for (u64 i = 0; i < W; ++i)
+      for (u64 j = 0; j < W; ++j) tile[j * W + i] = apply<Conj, Scale>(alpha, a[i * lda + j]);
+  }
+}
+
+// Writes one 64-byte row of a tile; streaming stores need dst 16-byte aligned.
+template <bool Stream>
+inline void store_line(void* dst, const void* src) {
+  const auto* s = static_cast<const __m128i*>(src);
+  auto* d = static_cast<__m128i*>(dst);
+  for (int k = 0; k < 4; ++k) {
+    const __m128i v = _mm_load_si128(s + k);
+    if constexpr (Stream) {
+      _mm_stream_si128(d + k, v);
+    } else {
+      _mm_storeu_si128(d + k, v);
+    }
+  }
+}
+
+template <bool Conj, bool Scale, bool Stream, class T>
+void transpose_tiles(u64 rows, u64 cols, const T* a, u64 lda, T* b, u64 ldb, T alpha) {
+  constexpr u64 W = tile_of<T>;
+  alignas(64) T tile[W * W];
+  auto one = [&](u64 i0, u64 j0) {
+    load_tile<Conj, Scale>(a + i0 * lda + j0, lda, tile, alpha);
+    T* bt = b + j0 * ldb + i0;
+    for (u64 j = 0; j < W; ++j) store_line<Stream>(bt + j * ldb, tile + j * W);
+  };
+  if constexpr (Stream) {
+    // Bands of 32 rows of a by 2 KiB of columns, so that the pages of a and
+    // b in use at a time stay few.
+    constexpr u64 band_rows = 32, band_cols = 2048 / sizeof(T);
+    for (u64 i1 = 0; i1 < rows; i1 += band_rows) {
+      const u64 i2 = rows - i1 < band_rows ? rows : i1 + band_rows;
+      for (u64 j1 = 0; j1 < cols; j1 += band_cols) {
+        const u64 j2 = cols - j1 < band_cols ? cols : j1 + band_cols;
+        for (u64 i0 = i1; i0 + W <= i2; i0 += W)
+          for (u64 j0 = j1; j0 + W <= j2; j0 += W) one(i0, j0);
+      }
+    }
+    _mm_sfence();
+  } else {
+    for (u64 j0 = 0; j0 + W <= cols; j0 += W)
+      for (u64 i0 = 0; i0 + W <= rows; i0 += W) one(i0, j0);
+  }
+}
+
+// Destinations from this size on are written with streaming stores, when
+// every row of b can be written in whole, aligned 64-byte lines.
+inline constexpr u64 stream_min_bytes = u64{1} << 20;
+
+// The _t (Conj false) and _c (Conj true) kernels. Unit strides go by tiles,
+// with the recursion on the edges that do not fill a tile; other strides by
+// the recursion alone.
+template <bool Conj, bool Scale, class T>
+void omatcopy2_t_body(u64 rows, u64 cols, const T* a, u64 lda, u64 sa, T* b, u64 ldb, u64 sb, T alpha) {
+  constexpr u64 W = tile_of<T>;
+  if (sa != 1 || sb != 1 || rows < W || cols < W) {
+    xomatcopy2_rec<Conj, Scale>(rows, cols, a, lda, sa, b, ldb, sb, alpha);
+    return;
+  }
+  // Streaming starts at the first row of a whose column of b begins a line.
+  const auto addr = reinterpret_cast<std::uintptr_t>(b);
+  u64 head = 0;
+  bool stream = false;
+  if (rows * cols * sizeof(T) >= stream_min_bytes && ldb * sizeof(T) % 64 == 0 && addr % sizeof(T) == 0) {
+    head = (64 - addr % 64) % 64 / sizeof(T);
+    stream = rows - head >= W;
+  }
+  if (!stream) head = 0;
+  const u64 r = (rows - head) / W * W, c = cols / W * W;
+  const T* at = a + head * lda;
+  T* bt = b + head;
+  if (stream) {
+    transpose_tiles<Conj, Scale, true>(r, c, at, lda, bt, ldb, alpha);
+  } else {
+    transpose_tiles<Conj, Scale, false>(r, c, at, lda, bt, ldb, alpha);
+  }
+  if (head > 0) xomatcopy2_rec<Conj, Scale>(head, cols, a, lda, 1, b, ldb, 1, alpha);
+  if (c < cols) xomatcopy2_rec<Conj, Scale>(r, cols - c, at + c, lda, 1, bt + c * ldb, ldb, 1, alpha);
+  if (head + r < rows) xomatcopy2_rec<Conj, Scale>(rows - head - r, cols, at + r * lda, lda, 1, bt + r, ldb, 1, alpha);
+}
+
 template <bool Conj, class T>
 void omatcopy2_t(u64 rows, u64 cols, const T* a, u64 lda, u64 sa, T* b, u64 ldb, u64 sb, T alpha) {
   if (is_one(alpha)) {
-    xomatcopy2_rec<Conj, false>(rows, cols, a, lda, sa, b, ldb, sb, alpha);
+    omatcopy2_t_body<Conj, false>(rows, cols, a, lda, sa, b, ldb, sb, alpha);
   } else {
-    xomatcopy2_rec<Conj, true>(rows, cols, a, lda, sa, b, ldb, sb, alpha);
+    omatcopy2_t_body<Conj, true>(rows, cols, a, lda, sa, b, ldb, sb, alpha);
   }
 }
 
