@@ -9,7 +9,7 @@ template <class T> struct Calls;
 
 // Names common to all types, and the symmetric (real) or Hermitian
 // (complex) members under one name each.
-#define L2T_CALLS(t, T, sy, sb, sp, r1, p1, r2, p2, g1, g2, gem2v) \
+#define L2T_CALLS(t, T, sy, sb, sp, r1, p1, r2, p2, g1, g2, g2v) \
   template <> struct Calls<T> {                                    \
     static constexpr auto gemv = &qor_blas_##t##gemv;              \
     static constexpr auto gbmv = &qor_blas_##t##gbmv;              \
@@ -28,7 +28,7 @@ template <class T> struct Calls;
     static constexpr auto spr2 = &qor_blas_##t##p2;                \
     static constexpr auto ger = &qor_blas_##t##g1;                 \
     static constexpr auto ger2 = &qor_blas_##t##g2;                \
-    static constexpr auto gem2v = &qor_blas_##t##gem2v;            \
+    static constexpr auto gem2v = &qor_blas_##t##g2v;              \
   };
 L2T_CALLS(s, float, symv, sbmv, spmv, syr, spr, syr2, spr2, ger, ger, gem2vu)
 L2T_CALLS(d, double, symv, sbmv, spmv, syr, spr, syr2, spr2, ger, ger, gem2vu)

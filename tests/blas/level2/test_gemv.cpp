@@ -101,3 +101,73 @@ TYPED_TEST(Gemv, WorkVectorAndFallback) {
   for (char op : {'N', 'T', 'C'})
     for (i64 inc : {2, -2}) check_gemv<T>(op, 1000, 19, inc, inc, value<T>(rng), value<T>(rng), rng, true);
 }
+
+TYPED_TEST(Gemv, TwoProductsInOnePass) {
+  using T = TypeParam;
+  qor::test::Rng rng(5);
+  auto run = [&](i64 m, i64 n, i64 incx1, i64 incx2, i64 incy1, i64 incy2, int fail) {
+    const i64 lda = m + 1;
+    auto a = random<T>(lda * n, rng);
+    auto x1 = random<T>(span(n, incx1), rng);
+    auto x2 = random<T>(span(m, incx2), rng);
+    auto y1 = random<T>(span(m, incy1), rng);
+    auto y2 = random<T>(span(n, incy2), rng);
+    T alpha = value<T>(rng), beta = value<T>(rng);
+    auto w1 = y1, w2 = y2;
+    gemv<T>('N', m, n, alpha, a.data(), lda, x1.data(), incx1, beta, w1.data(), incy1);
+    gemv<T>(cplx<T> ? 'C' : 'T', m, n, alpha, a.data(), lda, x2.data(), incx2, beta, w2.data(), incy2);
+    {
+      qor::test::AllocWatch watch;
+      if (fail) qor_fault_fail_after(QOR_POOL_ALLOCATE, 0);
+      Calls<T>::gem2v(&m, &n, &alpha, a.data(), &lda, x1.data(), &incx1, x2.data(), &incx2, &beta, y1.data(),
+                      &incy1, y2.data(), &incy2);
+    }
+    EXPECT_LE(maxdiff(y1, w1), tol<T>(n) * 4) << m << " " << n;
+    EXPECT_LE(maxdiff(y2, w2), tol<T>(m) * 4) << m << " " << n;
+  };
+  for (i64 m : {1, 2, 3, 7, 8, 9, 17, 129})
+    for (i64 n : {1, 2, 3, 4, 5, 9}) run(m, n, 1, 1, 1, 1, 0);
+  run(150, 140, 2, -1, -3, 2, 0);
+  run(1000, 150, -2, 3, 2, -1, 1);
+}
+
+// Real matrix with complex vectors: scgemv (c32) and dzgemv (c64).
+template <class C>
+void check_mixed(char op, i64 m, i64 n, i64 incx, i64 incy, qor::test::Rng& rng, int fail = 0) {
+  using R = real_t<C>;
+  const i64 lda = m + 2;
+  auto ar = random<R>(lda * n, rng);
+  std::vector<C> ac(ar.begin(), ar.end());
+  bool tr = op != 'N' && op != 'n';
+  i64 lenx = tr ? m : n, leny = tr ? n : m;
+  auto x = random<C>(span(lenx, incx), rng);
+  auto y = random<C>(span(leny, incy), rng);
+  C alpha = value<C>(rng), beta = value<C>(rng);
+  auto want = y;
+  gemv<C>(tr ? 'T' : 'N', m, n, alpha, ac.data(), lda, x.data(), incx, beta, want.data(), incy);
+  {
+    qor::test::AllocWatch watch;
+    if (fail) qor_fault_fail_after(QOR_POOL_ALLOCATE, 0);
+    if constexpr (std::is_same_v<C, c32>) {
+      qor_blas_scgemv(&op, &m, &n, &alpha, ar.data(), &lda, x.data(), &incx, &beta, y.data(), &incy);
+    } else {
+      qor_blas_dzgemv(&op, &m, &n, &alpha, ar.data(), &lda, x.data(), &incx, &beta, y.data(), &incy);
+    }
+  }
+  EXPECT_LE(maxdiff(y, want), tol<C>(lenx) * 4) << op << " " << m << " " << n << " " << incx << " " << incy;
+}
+
+TEST(GemvMixed, RealMatrixComplexVectors) {
+  qor::test::Rng rng(6);
+  for (char op : {'N', 'n', 'T', 'C', 'c', 'X'})
+    for (i64 m : {1, 2, 5, 9, 130})
+      for (i64 n : {1, 3, 4, 5, 9}) {
+        check_mixed<c32>(op, m, n, 1, 1, rng);
+        check_mixed<c64>(op, m, n, 1, 1, rng);
+      }
+  for (char op : {'N', 'T'})
+    for (i64 inc : {2, -3}) {
+      check_mixed<c32>(op, 140, 9, inc, -inc, rng);
+      check_mixed<c64>(op, 1000, 9, inc, -inc, rng, 1);
+    }
+}
