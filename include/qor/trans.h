@@ -48,7 +48,6 @@
 
 #include "qor/qor.h"
 #include "qor/qor_types.h"
-
 #ifdef __cplusplus
 extern "C" {
 #endif

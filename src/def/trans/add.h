@@ -27,16 +27,13 @@ template <Op OA, Op OB, class T>
 void omatadd_pair(u64 rows, u64 cols, T alpha, const T* a, u64 lda, T beta, const T* b, u64 ldb, T* c, u64 ldc) {
   constexpr bool across = OA == Op::T || OA == Op::C || OB == Op::T || OB == Op::C;
   if constexpr (!across) {
-    for (u64 i = 0; i < rows; ++i) {
-      const T* ar = a + i * lda;
-      const T* br = b + i * ldb;
-      T* cr = c + i * ldc;
-      u64 j = 0;
-      for (; j + 4 <= cols; j += 4) {
-        for (u64 d = 0; d < 4; ++d)
-          cr[j + d] = mul(alpha, op_at<OA>(ar, 0, 0, j + d)) + mul(beta, op_at<OB>(br, 0, 0, j + d));
-      }
-      for (; j < cols; ++j) cr[j] = mul(alpha, op_at<OA>(ar, 0, 0, j)) + mul(beta, op_at<OB>(br, 0, 0, j));
+    // A large result that is neither operand is streamed past the caches.
+    constexpr bool ca = OA == Op::R, cb = OB == Op::R;
+    if (rows * cols * sizeof(T) >= stream_min_bytes && c != a && c != b) {
+      for (u64 i = 0; i < rows; ++i) add_row<ca, cb, true>(cols, alpha, a + i * lda, beta, b + i * ldb, c + i * ldc);
+      _mm_sfence();
+    } else {
+      for (u64 i = 0; i < rows; ++i) add_row<ca, cb, false>(cols, alpha, a + i * lda, beta, b + i * ldb, c + i * ldc);
     }
   } else {
     for (u64 i0 = 0; i0 < rows; i0 += add_tile) {

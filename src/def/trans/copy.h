@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "trans/elem.h"
+#include "trans/simd.h"
 
 QOR_ISA_BEGIN
 namespace trans {
@@ -43,6 +43,8 @@ void copy_rows(u64 rows, u64 cols, const T* a, u64 lda, u64 sa, T* b, u64 ldb, u
       T* br = b + i * ldb;
       if constexpr (!Conj && !Scale) {
         std::memcpy(br, ar, cols * sizeof(T));
+      } else if constexpr (Scale) {
+        scale_row<Conj>(cols, alpha, ar, br);
       } else {
         for (u64 j = 0; j < cols; ++j) br[j] = apply<Conj, Scale>(alpha, ar[j]);
       }
@@ -131,37 +133,43 @@ void xomatcopy2_rec(u64 rows, u64 cols, const T* a, u64 lda, u64 sa, T* b, u64 l
 template <class T>
 inline constexpr u64 tile_of = 64 / sizeof(T);
 
-// The tile, transposed: tile[j][i] = op(a[i * lda + j]).
-template <bool Conj, bool Scale, class T>
-inline void load_tile(const T* a, u64 lda, T* tile, T alpha) {
-  constexpr u64 W = tile_of<T>;
-  if constexpr (!Conj && !Scale && sizeof(T) == 8) {
+// A B by B block, transposed into a local buffer of rows of B elements:
+// tile[j * B + i] = op(a[i * lda + j]). Plain moves of 4- and 8-byte
+// elements go through registers by 4 by 4 and 2 by 2 transposes.
+template <u64 B, bool Conj, bool Scale, class T>
+inline void transpose_into(const T* a, u64 lda, T* tile, T alpha) {
+  if constexpr (!Conj && !Scale && sizeof(T) == 8 && B % 2 == 0) {
     const auto* src = reinterpret_cast<const double*>(a);
     auto* dst = reinterpret_cast<double*>(tile);
-    for (u64 i = 0; i < W; i += 2)
-      for (u64 j = 0; j < W; j += 2) {
+    for (u64 i = 0; i < B; i += 2)
+      for (u64 j = 0; j < B; j += 2) {
         const __m128d r0 = _mm_loadu_pd(src + i * lda + j), r1 = _mm_loadu_pd(src + (i + 1) * lda + j);
-        _mm_store_pd(dst + j * W + i, _mm_unpacklo_pd(r0, r1));
-        _mm_store_pd(dst + (j + 1) * W + i, _mm_unpackhi_pd(r0, r1));
+        _mm_storeu_pd(dst + j * B + i, _mm_unpacklo_pd(r0, r1));
+        _mm_storeu_pd(dst + (j + 1) * B + i, _mm_unpackhi_pd(r0, r1));
       }
-  } else if constexpr (!Conj && !Scale && sizeof(T) == 4) {
+  } else if constexpr (!Conj && !Scale && sizeof(T) == 4 && B % 4 == 0) {
     const auto* src = reinterpret_cast<const float*>(a);
     auto* dst = reinterpret_cast<float*>(tile);
-    for (u64 i = 0; i < W; i += 4)
-      for (u64 j = 0; j < W; j += 4) {
+    for (u64 i = 0; i < B; i += 4)
+      for (u64 j = 0; j < B; j += 4) {
         const __m128 r0 = _mm_loadu_ps(src + i * lda + j), r1 = _mm_loadu_ps(src + (i + 1) * lda + j);
         const __m128 r2 = _mm_loadu_ps(src + (i + 2) * lda + j), r3 = _mm_loadu_ps(src + (i + 3) * lda + j);
         const __m128 t0 = _mm_unpacklo_ps(r0, r1), t1 = _mm_unpackhi_ps(r0, r1);
         const __m128 t2 = _mm_unpacklo_ps(r2, r3), t3 = _mm_unpackhi_ps(r2, r3);
-        _mm_store_ps(dst + j * W + i, _mm_movelh_ps(t0, t2));
-        _mm_store_ps(dst + (j + 1) * W + i, _mm_movehl_ps(t2, t0));
-        _mm_store_ps(dst + (j + 2) * W + i, _mm_movelh_ps(t1, t3));
-        _mm_store_ps(dst + (j + 3) * W + i, _mm_movehl_ps(t3, t1));
+        _mm_storeu_ps(dst + j * B + i, _mm_movelh_ps(t0, t2));
+        _mm_storeu_ps(dst + (j + 1) * B + i, _mm_movehl_ps(t2, t0));
+        _mm_storeu_ps(dst + (j + 2) * B + i, _mm_movelh_ps(t1, t3));
+        _mm_storeu_ps(dst + (j + 3) * B + i, _mm_movehl_ps(t3, t1));
       }
   } else {
-    for (u64 i = 0; i < W; ++i)
-      for (u64 j = 0; j < W; ++j) tile[j * W + i] = apply<Conj, Scale>(alpha, a[i * lda + j]);
+    for (u64 i = 0; i < B; ++i)
+      for (u64 j = 0; j < B; ++j) tile[j * B + i] = apply<Conj, Scale>(alpha, a[i * lda + j]);
   }
+}
+
+template <bool Conj, bool Scale, class T>
+inline void load_tile(const T* a, u64 lda, T* tile, T alpha) {
+  transpose_into<tile_of<T>, Conj, Scale>(a, lda, tile, alpha);
 }
 
 // Writes one 64-byte row of a tile; streaming stores need dst 16-byte aligned.

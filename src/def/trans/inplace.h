@@ -16,20 +16,64 @@ inline constexpr u64 block_of = sizeof(T) == 16 ? 4 : 8;
 // Transposes one block on the diagonal in place.
 template <u64 B, class T>
 inline void trans_block(T* a, u64 lda) {
-  for (u64 r = 1; r < B; ++r)
-    for (u64 c = 0; c < r; ++c) swap_elems(a[r * lda + c], a[c * lda + r]);
+  alignas(64) T t[B * B];
+  transpose_into<B, false, false>(a, lda, t, T(1));
+  for (u64 r = 0; r < B; ++r) std::memcpy(a + r * lda, t + r * B, B * sizeof(T));
+}
+
+// Exchanges the S by S sub-block at p with the transpose of the one at q,
+// through registers: S is 4 for 4-byte elements, 2 for 8-byte ones, else 1.
+template <class T>
+inline constexpr u64 sub_of = sizeof(T) == 4 ? 4 : sizeof(T) == 8 ? 2 : 1;
+
+inline void transpose4(__m128& r0, __m128& r1, __m128& r2, __m128& r3) {
+  const __m128 t0 = _mm_unpacklo_ps(r0, r1), t1 = _mm_unpackhi_ps(r0, r1);
+  const __m128 t2 = _mm_unpacklo_ps(r2, r3), t3 = _mm_unpackhi_ps(r2, r3);
+  r0 = _mm_movelh_ps(t0, t2);
+  r1 = _mm_movehl_ps(t2, t0);
+  r2 = _mm_movelh_ps(t1, t3);
+  r3 = _mm_movehl_ps(t3, t1);
+}
+
+template <class T>
+inline void swap_sub(T* p, T* q, u64 lda) {
+  if constexpr (sizeof(T) == 8) {
+    auto* pp = reinterpret_cast<double*>(p);
+    auto* qq = reinterpret_cast<double*>(q);
+    const __m128d p0 = _mm_loadu_pd(pp), p1 = _mm_loadu_pd(pp + lda);
+    const __m128d q0 = _mm_loadu_pd(qq), q1 = _mm_loadu_pd(qq + lda);
+    _mm_storeu_pd(pp, _mm_unpacklo_pd(q0, q1));
+    _mm_storeu_pd(pp + lda, _mm_unpackhi_pd(q0, q1));
+    _mm_storeu_pd(qq, _mm_unpacklo_pd(p0, p1));
+    _mm_storeu_pd(qq + lda, _mm_unpackhi_pd(p0, p1));
+  } else if constexpr (sizeof(T) == 4) {
+    auto* pp = reinterpret_cast<float*>(p);
+    auto* qq = reinterpret_cast<float*>(q);
+    __m128 p0 = _mm_loadu_ps(pp), p1 = _mm_loadu_ps(pp + lda), p2 = _mm_loadu_ps(pp + 2 * lda),
+           p3 = _mm_loadu_ps(pp + 3 * lda);
+    __m128 q0 = _mm_loadu_ps(qq), q1 = _mm_loadu_ps(qq + lda), q2 = _mm_loadu_ps(qq + 2 * lda),
+           q3 = _mm_loadu_ps(qq + 3 * lda);
+    transpose4(p0, p1, p2, p3);
+    transpose4(q0, q1, q2, q3);
+    _mm_storeu_ps(pp, q0);
+    _mm_storeu_ps(pp + lda, q1);
+    _mm_storeu_ps(pp + 2 * lda, q2);
+    _mm_storeu_ps(pp + 3 * lda, q3);
+    _mm_storeu_ps(qq, p0);
+    _mm_storeu_ps(qq + lda, p1);
+    _mm_storeu_ps(qq + 2 * lda, p2);
+    _mm_storeu_ps(qq + 3 * lda, p3);
+  } else {
+    swap_elems(*p, *q);
+  }
 }
 
 // Writes the transpose of block p over block q and that of q over p.
 template <u64 B, class T>
 inline void swap_blocks(T* p, T* q, u64 lda) {
-  T tp[B][B];
-  for (u64 r = 0; r < B; ++r)
-    for (u64 c = 0; c < B; ++c) tp[r][c] = p[r * lda + c];
-  for (u64 r = 0; r < B; ++r)
-    for (u64 c = 0; c < B; ++c) p[r * lda + c] = q[c * lda + r];
-  for (u64 r = 0; r < B; ++r)
-    for (u64 c = 0; c < B; ++c) q[r * lda + c] = tp[c][r];
+  constexpr u64 S = sub_of<T>;
+  for (u64 i = 0; i < B; i += S)
+    for (u64 j = 0; j < B; j += S) swap_sub(p + i * lda + j, q + j * lda + i, lda);
 }
 
 // Finishes a square transposition whose leading m by m part is done: the
