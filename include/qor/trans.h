@@ -48,10 +48,10 @@
 
 #include "qor/qor.h"
 #include "qor/qor_types.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
-
 
 #define QOR_TRANS_DECLARE_PUBLIC(t, T)                                                                              \
   QOR_API void qor_##t##omatcopy(char ordering, char trans, size_t rows, size_t cols, T alpha, const T* a,         \
