@@ -24,9 +24,11 @@ R dot(i64 n, cep<R> x, i64 incx, cep<R> y, i64 incy) {
   using reg = typename S::reg;
   constexpr i64 L = S::lanes;
   if (n <= 0) return R(0);
+  // Both strides -1 pair the same elements as both +1: walk up either way.
+  if (unit_pair(incx, incy)) incx = incy = 1;
   reg a0 = S::zero(), a1 = a0, a2 = a0, a3 = a0;
   i64 i = 0;
-  if (unit_pair(incx, incy) && element_aligned<R>(x) && element_aligned<R>(y)) {
+  if (incx == 1 && incy == 1 && element_aligned<R>(x) && element_aligned<R>(y)) {
     if (addr(x) % 16 == addr(y) % 16) {
       for (; i < n && !aligned16(x + i); ++i) a0 = S::add1(a0, S::mul1(S::load1(x + i), S::load1(y + i)));
       for (; i + 8 * L <= n; i += 8 * L) {
@@ -100,7 +102,8 @@ double dsdot(i64 n, double init, cep<float> x, i64 incx, cep<float> y, i64 incy)
 // products x * y, w0, w1 the products with the parts of y swapped. The unit
 // path (both strides +1 or both -1, both bases 16-byte aligned) runs blocks
 // of 8 registers alternating between the two pairs, then whole registers,
-// then a last element; the strided path takes one element at a time. The
+// then a last element; the strided path takes one element at a time (both
+// strides -1 walk up from the bases, like both +1). The
 // conjugation and the cross terms are applied once at the end:
 //   dotu = (Sr - Si, Wr + Wi),  dotc = (Sr + Si, Wr - Wi).
 template <class R, bool Conj>
@@ -111,13 +114,14 @@ void cdot(ep<R> res, i64 n, cep<R> x, i64 incx, cep<R> y, i64 incy) {
   res[0] = R(0);
   res[1] = R(0);
   if (n <= 0) return;
+  if (unit_pair(incx, incy)) incx = incy = 1;
   reg s0 = S::zero(), s1 = s0, w0 = s0, w1 = s0;
   auto step = [](reg& s, reg& w, reg xv, reg yv) {
     s = S::add(s, S::mul(xv, yv));
     w = S::add(w, S::mul(xv, S::swap_pairs(yv)));
   };
   i64 i = 0;
-  if (unit_pair(incx, incy) && aligned16(x) && aligned16(y)) {
+  if (incx == 1 && incy == 1 && aligned16(x) && aligned16(y)) {
     for (; i + 8 * E <= n; i += 8 * E) {
       for (i64 k = 0; k < 8; k += 2) {
         step(s0, w0, S::load(x + 2 * (i + k * E)), S::load(y + 2 * (i + k * E)));
