@@ -18,17 +18,18 @@ inline T op_at(const T* x, u64 ld, u64 i, u64 j) {
 }
 
 // Tile edge for the forms that read an operand across its rows.
-inline constexpr u64 add_tile = 32;
+inline constexpr u64 add_tile = 16;
 
 // The kernel of one pair of operations. Without transposition it runs along
-// the rows; with one, it walks tiles so that both the rows of c and the
-// columns of the transposed operand stay in cache.
+// the rows; with one, it walks tiles of c: a transposed operand is first
+// transposed into a local tile, so that every row of c is then one vector
+// loop over two rows.
 template <Op OA, Op OB, class T>
 void omatadd_pair(u64 rows, u64 cols, T alpha, const T* a, u64 lda, T beta, const T* b, u64 ldb, T* c, u64 ldc) {
-  constexpr bool across = OA == Op::T || OA == Op::C || OB == Op::T || OB == Op::C;
-  if constexpr (!across) {
+  constexpr bool ta = OA == Op::T || OA == Op::C, tb = OB == Op::T || OB == Op::C;
+  constexpr bool ca = OA == Op::C || OA == Op::R, cb = OB == Op::C || OB == Op::R;
+  if constexpr (!ta && !tb) {
     // A large result that is neither operand is streamed past the caches.
-    constexpr bool ca = OA == Op::R, cb = OB == Op::R;
     if (rows * cols * sizeof(T) >= stream_min_bytes && c != a && c != b) {
       for (u64 i = 0; i < rows; ++i) add_row<ca, cb, true>(cols, alpha, a + i * lda, beta, b + i * ldb, c + i * ldc);
       _mm_sfence();
@@ -36,15 +37,38 @@ void omatadd_pair(u64 rows, u64 cols, T alpha, const T* a, u64 lda, T beta, cons
       for (u64 i = 0; i < rows; ++i) add_row<ca, cb, false>(cols, alpha, a + i * lda, beta, b + i * ldb, c + i * ldc);
     }
   } else {
-    for (u64 i0 = 0; i0 < rows; i0 += add_tile) {
-      const u64 i1 = rows - i0 < add_tile ? rows : i0 + add_tile;
-      for (u64 j0 = 0; j0 < cols; j0 += add_tile) {
-        const u64 j1 = cols - j0 < add_tile ? cols : j0 + add_tile;
-        for (u64 i = i0; i < i1; ++i)
-          for (u64 j = j0; j < j1; ++j)
-            c[i * ldc + j] = mul(alpha, op_at<OA>(a, lda, i, j)) + mul(beta, op_at<OB>(b, ldb, i, j));
+    constexpr u64 B = add_tile;  // a multiple of every vector length
+    alignas(64) T ta_tile[B * B], tb_tile[B * B];
+    const u64 rf = rows / B * B, cf = cols / B * B;
+    for (u64 i0 = 0; i0 < rf; i0 += B) {
+      for (u64 j0 = 0; j0 < cf; j0 += B) {
+        // Rows of op(x) over the tile: in place, or from the transposed tile
+        // (conjugated there, so the row loop must not conjugate again).
+        const T* ar = a + i0 * lda + j0;
+        const T* br = b + i0 * ldb + j0;
+        u64 sa = lda, sb = ldb;
+        if constexpr (ta) {
+          transpose_into<B, ca, false>(a + j0 * lda + i0, lda, ta_tile, T(1));
+          ar = ta_tile;
+          sa = B;
+        }
+        if constexpr (tb) {
+          transpose_into<B, cb, false>(b + j0 * ldb + i0, ldb, tb_tile, T(1));
+          br = tb_tile;
+          sb = B;
+        }
+        for (u64 i = 0; i < B; ++i)
+          add_row<ca && !ta, cb && !tb, false, T, false>(B, alpha, ar + i * sa, beta, br + i * sb, c + (i0 + i) * ldc + j0);
       }
     }
+    // Edges that do not fill a tile.
+    auto edge = [&](u64 i_lo, u64 i_hi, u64 j_lo, u64 j_hi) {
+      for (u64 i = i_lo; i < i_hi; ++i)
+        for (u64 j = j_lo; j < j_hi; ++j)
+          c[i * ldc + j] = mul(alpha, op_at<OA>(a, lda, i, j)) + mul(beta, op_at<OB>(b, ldb, i, j));
+    };
+    edge(0, rf, cf, cols);
+    edge(rf, rows, 0, cols);
   }
 }
 

@@ -113,7 +113,8 @@ struct Vec {
 
 // c[j] := alpha * opa(a[j]) + beta * opb(b[j]) for j < n, where op
 // conjugates when its flag is set. Streaming stores once c is aligned.
-template <bool CA, bool CB, bool Stream, class T>
+// Without Tail, n is a multiple of the vector length.
+template <bool CA, bool CB, bool Stream, class T, bool Tail = true>
 inline void add_row(u64 n, T alpha, const T* a, T beta, const T* b, T* c) {
   using W = Vec<T>;
   u64 j = 0;
@@ -133,7 +134,9 @@ inline void add_row(u64 n, T alpha, const T* a, T beta, const T* b, T* c) {
       W::store(c + j, r);
     }
   }
-  for (; j < n; ++j) c[j] = apply<CA, true>(alpha, a[j]) + apply<CB, true>(beta, b[j]);
+  if constexpr (Tail) {
+    for (; j < n; ++j) c[j] = apply<CA, true>(alpha, a[j]) + apply<CB, true>(beta, b[j]);
+  }
 }
 
 // b[j] := alpha * op(a[j]) for j < n.
