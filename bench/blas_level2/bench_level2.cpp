@@ -1,0 +1,94 @@
+// Level 2 against OpenBLAS, side by side in one run, both on one thread:
+// dgemv (both letters), dsymv, dger and zgemv at n = 100, 1000 and 4000.
+// Figures are GB/s of matrix traffic (A read once; ger reads and writes it;
+// symv reads one triangle) and the ratio OpenBLAS time / qor time.
+//
+//   bench_blas_level2 [quick]     quick: n = 100 and 1000 only
+#include <complex>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "common/bench.h"
+#include "qor/cblas.h"
+#include "qor/qor.h"
+
+namespace {
+
+using Dgemv = void(int, int, int, int, double, const double*, int, const double*, int, double, double*, int);
+using Dsymv = void(int, int, int, double, const double*, int, const double*, int, double, double*, int);
+using Dger = void(int, int, int, double, const double*, int, const double*, int, double*, int);
+using Zgemv = void(int, int, int, int, const void*, const void*, int, const void*, int, const void*, void*, int);
+
+std::vector<double> filled(std::size_t n, double seed) {
+  std::vector<double> v(n);
+  for (std::size_t i = 0; i < n; ++i) v[i] = 0.5 + 1e-3 * static_cast<double>((i * 7919 + static_cast<std::size_t>(seed)) % 1000);
+  return v;
+}
+
+// Enough repetitions for a stable best time, fewer for the big sizes.
+double min_seconds(int n) { return n >= 4000 ? 0.6 : 0.25; }
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const bool quick = argc > 1 && std::strcmp(argv[1], "quick") == 0;
+  auto& ob = qor::bench::openblas();
+  ob.set_threads(1);
+  auto* o_dgemv = ob.fn<Dgemv>("cblas_dgemv");
+  auto* o_dsymv = ob.fn<Dsymv>("cblas_dsymv");
+  auto* o_dger = ob.fn<Dger>("cblas_dger");
+  auto* o_zgemv = ob.fn<Zgemv>("cblas_zgemv");
+  std::printf("Level 2, one thread, GB/s of matrix traffic; ratio = OpenBLAS time / qor time (cpu path %s)\n",
+              qor_cpu_path_name(qor_get_cpu_path()));
+  std::vector<int> sizes = quick ? std::vector<int>{100, 1000} : std::vector<int>{100, 1000, 4000};
+  for (int n : sizes) {
+    const std::string size = "n=" + std::to_string(n);
+    const double nn = static_cast<double>(n) * n;
+    auto a = filled(static_cast<std::size_t>(n) * n, 1);
+    auto x = filled(n, 2), y = filled(n, 3);
+    const double sec = min_seconds(n);
+    for (auto tr : {CblasNoTrans, CblasTrans}) {
+      double ours = qor::bench::best_time(
+          [&] { cblas_dgemv(CblasColMajor, tr, n, n, 1.0, a.data(), n, x.data(), 1, 0.5, y.data(), 1); }, sec);
+      double peer = o_dgemv ? qor::bench::best_time([&] {
+        o_dgemv(CblasColMajor, tr, n, n, 1.0, a.data(), n, x.data(), 1, 0.5, y.data(), 1);
+      }, sec) : 0;
+      qor::bench::report(tr == CblasNoTrans ? "dgemv N" : "dgemv T", size, ours, "GB/s", 8 * nn / 1e9, ob.label(), peer);
+    }
+    {
+      double ours = qor::bench::best_time(
+          [&] { cblas_dsymv(CblasColMajor, CblasLower, n, 1.0, a.data(), n, x.data(), 1, 0.5, y.data(), 1); }, sec);
+      double peer = o_dsymv ? qor::bench::best_time([&] {
+        o_dsymv(CblasColMajor, CblasLower, n, 1.0, a.data(), n, x.data(), 1, 0.5, y.data(), 1);
+      }, sec) : 0;
+      qor::bench::report("dsymv L", size, ours, "GB/s", 4 * nn / 1e9, ob.label(), peer);
+    }
+    {
+      // alpha small so that repeated updates stay bounded.
+      double ours = qor::bench::best_time(
+          [&] { cblas_dger(CblasColMajor, n, n, 1e-9, x.data(), 1, y.data(), 1, a.data(), n); }, sec);
+      double peer = o_dger ? qor::bench::best_time([&] {
+        o_dger(CblasColMajor, n, n, 1e-9, x.data(), 1, y.data(), 1, a.data(), n);
+      }, sec) : 0;
+      qor::bench::report("dger", size, ours, "GB/s", 16 * nn / 1e9, ob.label(), peer);
+    }
+    {
+      auto za = filled(2 * static_cast<std::size_t>(n) * n, 4);
+      auto zx = filled(2 * static_cast<std::size_t>(n), 5), zy = filled(2 * static_cast<std::size_t>(n), 6);
+      const std::complex<double> al(1.0, 0.5), be(0.5, 0.0);
+      for (auto tr : {CblasNoTrans, CblasConjTrans}) {
+        double ours = qor::bench::best_time([&] {
+          cblas_zgemv(CblasColMajor, tr, n, n, &al, za.data(), n, zx.data(), 1, &be, zy.data(), 1);
+        }, sec);
+        double peer = o_zgemv ? qor::bench::best_time([&] {
+          o_zgemv(CblasColMajor, tr, n, n, &al, za.data(), n, zx.data(), 1, &be, zy.data(), 1);
+        }, sec) : 0;
+        qor::bench::report(tr == CblasNoTrans ? "zgemv N" : "zgemv C", size, ours, "GB/s", 16 * nn / 1e9, ob.label(),
+                           peer);
+      }
+    }
+  }
+  return 0;
+}
