@@ -124,43 +124,59 @@ inline void micro(i64 k, const real_t<T>* a, i64 as, const real_t<T>* b, i64 bs,
   V res[NC][NV];
   if constexpr (!cx) {
     V acc[NC][NV];
+#pragma GCC unroll 8
     for (int j = 0; j < NC; ++j)
+#pragma GCC unroll 8
       for (int v = 0; v < NV; ++v) acc[j][v] = K::zero();
 #pragma GCC unroll 4
     for (i64 l = 0; l < k; ++l) {
       V av[NV];
+#pragma GCC unroll 8
       for (int v = 0; v < NV; ++v) av[v] = K::load(a + l * as + v * K::lanes);
+#pragma GCC unroll 8
       for (int j = 0; j < NC; ++j) {
         const V bj = K::bcast(b + l * bs + j);
+#pragma GCC unroll 8
         for (int v = 0; v < NV; ++v) acc[j][v] = K::fma(av[v], bj, acc[j][v]);
       }
     }
+#pragma GCC unroll 8
     for (int j = 0; j < NC; ++j)
+#pragma GCC unroll 8
       for (int v = 0; v < NV; ++v) res[j][v] = acc[j][v];
   } else {
     V re[NC][NV], im[NC][NV];
+#pragma GCC unroll 8
     for (int j = 0; j < NC; ++j)
+#pragma GCC unroll 8
       for (int v = 0; v < NV; ++v) re[j][v] = im[j][v] = K::zero();
 #pragma GCC unroll 4
     for (i64 l = 0; l < k; ++l) {
       V av[NV];
+#pragma GCC unroll 8
       for (int v = 0; v < NV; ++v) av[v] = K::load(a + l * as + v * K::lanes);
+#pragma GCC unroll 8
       for (int j = 0; j < NC; ++j) {
         const V br = K::bcast(b + l * bs + 2 * j), bi = K::bcast(b + l * bs + 2 * j + 1);
+#pragma GCC unroll 8
         for (int v = 0; v < NV; ++v) {
           re[j][v] = K::fma(av[v], br, re[j][v]);
           im[j][v] = K::fma(av[v], bi, im[j][v]);
         }
       }
     }
+#pragma GCC unroll 8
     for (int j = 0; j < NC; ++j)
+#pragma GCC unroll 8
       for (int v = 0; v < NV; ++v) res[j][v] = K::addsub(re[j][v], K::swap(im[j][v]));
   }
   R br_[1], bi_[1];
   if constexpr (cx) br_[0] = beta.real(), bi_[0] = beta.imag();
   else br_[0] = beta, bi_[0] = 0;
+#pragma GCC unroll 8
   for (int j = 0; j < NC; ++j) {
     R* cj = reinterpret_cast<R*>(c + j * ldc);
+#pragma GCC unroll 8
     for (int v = 0; v < NV; ++v) {
       R* p = cj + v * K::lanes;
       V r = res[j][v];

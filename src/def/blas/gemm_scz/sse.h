@@ -84,25 +84,30 @@ template <class T> struct sse_tile {
   static void product(i64 kp, const R* a, const R* e, V out[4][2]) {
     if constexpr (!cx) {
       V acc[4][2];
+#pragma GCC unroll 8
       for (int j = 0; j < 4; ++j) acc[j][0] = acc[j][1] = S::zero();
 #pragma GCC unroll 4
       for (i64 l = 0; l < kp; ++l) {
         const V a0 = S::load(a + l * a_step), a1 = S::load(a + l * a_step + L);
         const R* el = e + l * e_step;
+#pragma GCC unroll 8
         for (int j = 0; j < 4; ++j) {
           const V bj = S::load(el + j * L);
           acc[j][0] = S::add(acc[j][0], S::mul(a0, bj));
           acc[j][1] = S::add(acc[j][1], S::mul(a1, bj));
         }
       }
+#pragma GCC unroll 8
       for (int j = 0; j < 4; ++j) out[j][0] = acc[j][0], out[j][1] = acc[j][1];
     } else {
       V re[4], im[4];
+#pragma GCC unroll 8
       for (int j = 0; j < 4; ++j) re[j] = im[j] = S::zero();
 #pragma GCC unroll 4
       for (i64 l = 0; l < kp; ++l) {
         const V ar = S::load(a + l * a_step), ai = S::load(a + l * a_step + L);
         const R* el = e + l * e_step;
+#pragma GCC unroll 8
         for (int j = 0; j < 4; ++j) {
           const V br = S::load(el + 2 * j * L), bi = S::load(el + (2 * j + 1) * L);
           re[j] = S::add(re[j], S::mul(ar, br));
@@ -111,6 +116,7 @@ template <class T> struct sse_tile {
           im[j] = S::add(im[j], S::mul(ar, bi));
         }
       }
+#pragma GCC unroll 8
       for (int j = 0; j < 4; ++j) out[j][0] = S::lo(re[j], im[j]), out[j][1] = S::hi(re[j], im[j]);
     }
   }
@@ -125,8 +131,10 @@ template <class T> struct sse_tile {
 
   // Combines a whole tile with C.
   template <Beta B, bool Aligned> static void put(V out[4][2], T beta, R* c, i64 ldc_r) {
+#pragma GCC unroll 8
     for (int j = 0; j < 4; ++j) {
       R* cj = c + j * ldc_r;
+#pragma GCC unroll 8
       for (int h = 0; h < 2; ++h) {
         R* p = cj + h * L;
         V v = out[j][h];
@@ -143,6 +151,7 @@ template <class T> struct sse_tile {
   // Barcelona kernels, whose panels are padded to whole strips).
   static void put_part(V out[4][2], T beta, Beta mode, T* c, i64 ldc, i64 nr, i64 nc) {
     alignas(16) T tile[4][rows];
+#pragma GCC unroll 8
     for (int j = 0; j < 4; ++j) {
       S::storeu(reinterpret_cast<R*>(tile[j]), out[j][0]);
       S::storeu(reinterpret_cast<R*>(tile[j]) + L, out[j][1]);
