@@ -1,0 +1,3 @@
+// Exported names of the transform subsystem.
+#pragma once
+#include "dft/primitive/api.h"

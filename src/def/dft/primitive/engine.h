@@ -1,0 +1,440 @@
+// The transform engine, written once over the precision and compiled per
+// instruction-set class (engine_base.cpp, engine_zen.cpp).
+//
+// Every transform that is not a small kernel runs as a sequence of
+// self-sorting (Stockham) steps, one per factor record: step i of radix r
+// with rest m and stride s reads a_j = x[q + s(p + jm)] and writes
+// y[q + s(rp + k)] = DFT_r(a)_k * w^(pk), w = exp(-2 pi i / (rm)). The
+// output comes out in natural order without any reordering pass.
+//
+// Records before the plan's `group` index run over the whole array,
+// alternating between the output and the work buffer. From `group` on, the
+// remaining steps are independent transforms of length n = r*m over s
+// interleaved columns: they run per block of columns, gathered into two
+// small buffers that stay in cache, and the last step scatters the block
+// to the output. The last step has no twiddles and works in place, so the
+// whole chain also works in place.
+//
+// Vectorisation: steps run across the columns q, which are contiguous, with
+// the twiddle broadcast; the first step (one column) runs across p, with a
+// twiddle per lane and a transposing store.
+#pragma once
+#include <cstring>
+
+#include "dft/primitive/api.h"
+#include "dft/primitive/codelets.h"
+#include "dft/primitive/engine_api.h"
+#include "dft/primitive/layout.h"
+
+QOR_ISA_BEGIN
+namespace dfte {
+
+using namespace ::qor::QOR_ISA_NAME::dftv;
+using ::qor::dft::i64;
+using ::qor::dft::Record;
+using ::qor::dft::Step;
+using ::qor::dft::StepPlan;
+
+// ---- butterflies on one vector of columns ---------------------------------
+template <int P, bool INV, bool TW, class V, class R, class TT>
+QV_INLINE void bfly(const R* s, R* d, i64 js, i64 ks, const TT* tws) {
+  V a[P];
+  sfor<0, P>([&](auto j) __attribute__((always_inline)) { a[j] = V::load(s + 2 * j * js); });
+  Dft<P, INV, V>::run(a);
+  a[0].store(d);
+  sfor<1, P>([&](auto k) __attribute__((always_inline)) {
+    if constexpr (TW) cmul(a[k], tws[k]).store(d + 2 * k * ks);
+    else a[k].store(d + 2 * k * ks);
+  });
+}
+
+// Columns [0, Q) of one (p, c) row pair: widest vectors, then one at a time.
+template <int P, bool INV, bool TW, class R>
+QV_INLINE void bfly_row(const R* s, R* d, i64 Q, i64 js, i64 ks, const typename Tw<typename VecSet<R>::W>::type* tws,
+                        const R* twp, i64 m) {
+  using W = typename VecSet<R>::W;
+  using O = typename VecSet<R>::O;
+  i64 q = 0;
+  for (; q + W::N <= Q; q += W::N) bfly<P, INV, TW, W>(s + 2 * q, d + 2 * q, js, ks, tws);
+  if (q < Q) {
+    typename Tw<O>::type t1[P];
+    if constexpr (TW)
+      for (int k = 1; k < P; ++k) t1[k] = Tw<O>::bcast(twp + 2 * ((k - 1) * m), INV);
+    for (; q < Q; ++q) bfly<P, INV, TW, O>(s + 2 * q, d + 2 * q, js, ks, t1);
+  }
+}
+
+// First step of a single transform: one column, vectorised across p.
+template <int P, bool INV, class R>
+void step_first(const R* src, R* dst, int m, const R* tw) {
+  using W = typename VecSet<R>::W;
+  using O = typename VecSet<R>::O;
+  int p = 0;
+  for (; p + W::N <= m; p += W::N) {
+    W a[P];
+    sfor<0, P>([&](auto j) __attribute__((always_inline)) { a[j] = W::load(src + 2 * (p + j * i64{m})); });
+    Dft<P, INV, W>::run(a);
+    if (tw != nullptr)
+      sfor<1, P>([&](auto k) __attribute__((always_inline)) {
+        a[k] = cmul(a[k], Tw<W>::lanes(tw + 2 * ((k - 1) * i64{m} + p), INV));
+      });
+    for (int l = 0; l < W::N; ++l)
+      sfor<0, P>([&](auto k) __attribute__((always_inline)) { a[k].store_lane(dst + 2 * (i64{P} * (p + l) + k), l); });
+  }
+  for (; p < m; ++p) {
+    O a[P];
+    sfor<0, P>([&](auto j) __attribute__((always_inline)) { a[j] = O::load(src + 2 * (p + j * i64{m})); });
+    Dft<P, INV, O>::run(a);
+    if (tw != nullptr)
+      sfor<1, P>([&](auto k) __attribute__((always_inline)) {
+        a[k] = cmul(a[k], Tw<O>::bcast(tw + 2 * ((k - 1) * i64{m} + p), INV));
+      });
+    sfor<0, P>([&](auto k) __attribute__((always_inline)) { a[k].store(dst + 2 * (i64{P} * p + k)); });
+  }
+}
+
+// A self-sorting step of fixed radix P.
+template <int P, bool INV, class R>
+void step_fixed(const R* src, R* dst, const Step& st) {
+  using W = typename VecSet<R>::W;
+  i64 Q = st.Q, sl = st.sl, is = st.is, os = st.os;
+  const int m = st.m;
+  const R* tw = static_cast<const R*>(st.tw);
+  if (is == Q && os == Q) {  // rows of Q*sl contiguous columns
+    Q *= sl;
+    is = os = Q;
+    sl = 1;
+  }
+  if (W::N > 1 && Q == 1 && sl == 1 && is == 1 && os == 1 && m >= W::N) {
+    step_first<P, INV>(src, dst, m, tw);
+    return;
+  }
+  const i64 js = is * sl * m, ks = os * sl;
+  typename Tw<W>::type tws[P];
+  for (int p = 0; p < m; ++p) {
+    const R* twp = tw != nullptr ? tw + 2 * i64{p} : nullptr;
+    if (tw != nullptr)
+      for (int k = 1; k < P; ++k) tws[k] = Tw<W>::bcast(twp + 2 * ((k - 1) * i64{m}), INV);
+    for (i64 c = 0; c < sl; ++c) {
+      const R* s = src + 2 * (is * (c + sl * p));
+      R* d = dst + 2 * (os * (c + sl * P * i64{p}));
+      if (tw != nullptr) bfly_row<P, INV, true>(s, d, Q, js, ks, tws, twp, m);
+      else bfly_row<P, INV, false>(s, d, Q, js, ks, tws, twp, m);
+    }
+  }
+}
+
+// ---- any odd radix, with its table of roots --------------------------------
+template <bool INV, class V, class R>
+QV_INLINE void bfly_generic(const R* s, R* d, i64 js, i64 ks, int r, const R* tab, const R* twp, i64 m, V* sp,
+                            V* dm) {
+  const int h = (r - 1) / 2;
+  V a0 = V::load(s);
+  V sum = a0;
+  for (int j = 1; j <= h; ++j) {
+    V x = V::load(s + 2 * j * js), y = V::load(s + 2 * (r - j) * js);
+    sp[j] = x + y;
+    dm[j] = x - y;
+    sum = sum + sp[j];
+  }
+  sum.store(d);
+  for (int k = 1; k <= h; ++k) {
+    V A = a0, B = V::zero();
+    int idx = 0;
+    for (int j = 1; j <= h; ++j) {
+      idx += k;
+      if (idx >= r) idx -= r;
+      A = fmar(A, sp[j], tab[2 * idx]);
+      B = fmar(B, dm[j], -tab[2 * idx + 1]);
+    }
+    V rb = rotm(B);
+    V xk = INV ? A - rb : A + rb;
+    V xr = INV ? A + rb : A - rb;
+    if (twp != nullptr) {
+      xk = cmul(xk, Tw<V>::bcast(twp + 2 * ((k - 1) * m), INV));
+      xr = cmul(xr, Tw<V>::bcast(twp + 2 * ((r - k - 1) * m), INV));
+    }
+    xk.store(d + 2 * k * ks);
+    xr.store(d + 2 * (r - k) * ks);
+  }
+}
+
+template <bool INV, class R>
+void step_generic(const R* src, R* dst, const Step& st) {
+  using W = typename VecSet<R>::W;
+  using O = typename VecSet<R>::O;
+  i64 Q = st.Q, sl = st.sl, is = st.is, os = st.os;
+  const int m = st.m, r = st.r;
+  const R* tw = static_cast<const R*>(st.tw);
+  const R* tab = static_cast<const R*>(st.tab);
+  if (is == Q && os == Q) {
+    Q *= sl;
+    is = os = Q;
+    sl = 1;
+  }
+  const i64 js = is * sl * m, ks = os * sl;
+  W spw[80], dmw[80];
+  O spo[80], dmo[80];
+  for (int p = 0; p < m; ++p) {
+    const R* twp = tw != nullptr ? tw + 2 * i64{p} : nullptr;
+    for (i64 c = 0; c < sl; ++c) {
+      const R* s = src + 2 * (is * (c + sl * p));
+      R* d = dst + 2 * (os * (c + sl * r * i64{p}));
+      i64 q = 0;
+      for (; q + W::N <= Q; q += W::N)
+        bfly_generic<INV, W>(s + 2 * q, d + 2 * q, js, ks, r, tab, twp, m, spw, dmw);
+      for (; q < Q; ++q) bfly_generic<INV, O>(s + 2 * q, d + 2 * q, js, ks, r, tab, twp, m, spo, dmo);
+    }
+  }
+}
+
+// ---- out-of-order steps: in place, blocks of r*m, across p -----------------
+template <int P, bool INV, class V, class R>
+QV_INLINE void bfly_outord(R* base, i64 p, i64 m, const R* tw) {
+  V a[P];
+  sfor<0, P>([&](auto j) __attribute__((always_inline)) { a[j] = V::load(base + 2 * (p + j * m)); });
+  Dft<P, INV, V>::run(a);
+  a[0].store(base + 2 * p);
+  sfor<1, P>([&](auto k) __attribute__((always_inline)) {
+    V x = tw != nullptr ? cmul(a[k], Tw<V>::lanes(tw + 2 * ((k - 1) * m + p), INV)) : a[k];
+    x.store(base + 2 * (p + k * m));
+  });
+}
+
+template <int P, bool INV, class R>
+void step_outord(R* data, const Step& st) {
+  using W = typename VecSet<R>::W;
+  using O = typename VecSet<R>::O;
+  const i64 m = st.m;
+  const R* tw = static_cast<const R*>(st.tw);
+  for (i64 b = 0; b < st.sl; ++b) {
+    R* base = data + 2 * b * P * m;
+    i64 p = 0;
+    for (; p + W::N <= m; p += W::N) bfly_outord<P, INV, W>(base, p, m, tw);
+    for (; p < m; ++p) bfly_outord<P, INV, O>(base, p, m, tw);
+  }
+}
+
+// ---- dispatch on the radix ---------------------------------------------------
+template <bool INV, class R>
+QV_INLINE bool run_step(const R* src, R* dst, const Step& st) {
+  switch (st.r) {
+    case 2: step_fixed<2, INV>(src, dst, st); return true;
+    case 3: step_fixed<3, INV>(src, dst, st); return true;
+    case 4: step_fixed<4, INV>(src, dst, st); return true;
+    case 5: step_fixed<5, INV>(src, dst, st); return true;
+    case 6: step_fixed<6, INV>(src, dst, st); return true;
+    case 7: step_fixed<7, INV>(src, dst, st); return true;
+    case 8: step_fixed<8, INV>(src, dst, st); return true;
+    case 11: step_fixed<11, INV>(src, dst, st); return true;
+    case 13: step_fixed<13, INV>(src, dst, st); return true;
+    case 16: step_fixed<16, INV>(src, dst, st); return true;
+    case 24: step_fixed<24, INV>(src, dst, st); return true;
+    default:
+      if (st.r < 3 || (st.r & 1) == 0 || st.r > 159 || st.tab == nullptr) return false;
+      step_generic<INV>(src, dst, st);
+      return true;
+  }
+}
+
+template <bool INV, class R>
+QV_INLINE bool run_outord(R* data, const Step& st) {
+  switch (st.r) {
+    case 2: step_outord<2, INV>(data, st); return true;
+    case 3: step_outord<3, INV>(data, st); return true;
+    case 4: step_outord<4, INV>(data, st); return true;
+    case 5: step_outord<5, INV>(data, st); return true;
+    case 7: step_outord<7, INV>(data, st); return true;
+    case 11: step_outord<11, INV>(data, st); return true;
+    case 13: step_outord<13, INV>(data, st); return true;
+    default: return false;
+  }
+}
+
+template <bool INV, class R>
+QV_INLINE void record_step(const Record& rc, const R* src, R* dst, i64 sl, i64 Q, i64 is, i64 os) {
+  Step st{rc.factor, rc.rest, sl, Q, is, os, rc.twiddle, rc.direct};
+  run_step<INV>(src, dst, st);
+}
+
+// ---- a whole step plan -------------------------------------------------------
+template <bool INV, class R>
+void run_plan(const StepPlan& pl, const R* in, R* out, R* work) {
+  const Record* rec = pl.rec;
+  const int n = pl.count, g = pl.group;
+  const R* cur = in;
+  if (g > 0) {
+    // Steps 0..g-1 alternate between the output and the work buffer; the
+    // first must not write where it reads.
+    R* last = out;
+    R* other = work;
+    if (in == out && (g & 1) == 1) {
+      last = work;
+      other = out;
+    }
+    for (int i = 0; i < g; ++i) {
+      R* target = ((g - 1 - i) & 1) == 0 ? last : other;
+      const i64 s = rec[i].stride;
+      record_step<INV>(rec[i], cur, target, 1, s, s, s);
+      cur = target;
+    }
+  }
+  const i64 S = rec[g].stride;
+  if (n - g == 1) {
+    record_step<INV>(rec[g], cur, out, 1, S, S, S);
+    return;
+  }
+  const i64 len = i64{rec[g].factor} * rec[g].rest;
+  R* A = work + 2 * ::qor::dft::plan_top_elems(rec, n, g);
+  R* B = A + 2 * pl.width * len;
+  for (i64 q0 = 0; q0 < S; q0 += pl.width) {
+    const i64 Q = q0 + pl.width <= S ? pl.width : S - q0;
+    record_step<INV>(rec[g], cur + 2 * q0, A, 1, Q, S, Q);
+    R* a = A;
+    R* b = B;
+    for (int i = g + 1; i < n - 1; ++i) {
+      record_step<INV>(rec[i], a, b, rec[i].stride / S, Q, Q, Q);
+      R* t = a;
+      a = b;
+      b = t;
+    }
+    record_step<INV>(rec[n - 1], a, out + 2 * q0, rec[n - 1].stride / S, Q, Q, S);
+  }
+}
+
+// ---- scaling and pointwise helpers -------------------------------------------
+template <class R>
+void scale_array(R* x, i64 count, R value) {  // count real words
+  for (i64 i = 0; i < count; ++i) x[i] *= value;
+}
+
+// ---- Bluestein convolution ------------------------------------------------------
+// a_j = x_j c_j (conjugated input for the inverse), zero to M, forward DFT
+// of M, times the filter, inverse DFT of M, times the chirp (conjugated
+// output for the inverse).
+template <class R>
+void run_conv(const ::qor::dft::DftSpec* spec, const R* in, R* out, R* work, bool inv);
+
+template <class R>
+void run_small(bool fft, int index, const R* in, R* out, bool scaled, double scale, bool inv) {
+  if constexpr (sizeof(R) == 8) {
+    if (scaled) {
+      const zups_small_c64s* t = fft ? (inv ? qor_dft_def_tbl_cFFTinv_small_scale_64 : qor_dft_def_tbl_cFFTfwd_small_scale_64)
+                                     : (inv ? qor_dft_def_tbl_cDFXinv_small_scale_64 : qor_dft_def_tbl_cDFTfwd_small_scale_64);
+      t[index](in, out, scale);
+    } else {
+      const zups_small_c64* t = fft ? (inv ? qor_dft_def_tbl_cFFTinv_small_64 : qor_dft_def_tbl_cFFTfwd_small_64)
+                                    : (inv ? qor_dft_def_tbl_cDFXinv_small_64 : qor_dft_def_tbl_cDFTfwd_small_64);
+      t[index](in, out);
+    }
+  } else {
+    if (scaled) {
+      const zups_small_c32s* t = fft ? (inv ? qor_dft_def_tbl_cFFTinv_small_scale_32 : qor_dft_def_tbl_cFFTfwd_small_scale_32)
+                                     : (inv ? qor_dft_def_tbl_cDFXinv_small_scale_32 : qor_dft_def_tbl_cDFTfwd_small_scale_32);
+      t[index](in, out, static_cast<float>(scale));
+    } else {
+      const zups_small_c32* t = fft ? (inv ? qor_dft_def_tbl_cFFTinv_small_32 : qor_dft_def_tbl_cFFTfwd_small_32)
+                                    : (inv ? qor_dft_def_tbl_cDFXinv_small_32 : qor_dft_def_tbl_cDFTfwd_small_32);
+      t[index](in, out);
+    }
+  }
+}
+
+}  // namespace dfte
+
+template <class R>
+void exec_fft(const ::qor::dft::FftSpec* spec, const R* in, R* out, R* work, bool inv) {
+  using ::qor::dft::i64;
+  const bool scaled = inv ? spec->scale_inverse_on != 0 : spec->scale_forward_on != 0;
+  if (spec->method == ::qor::dft::kFftSmall) {
+    dfte::run_small<R>(true, spec->order, in, out, scaled, spec->scale, inv);
+    return;
+  }
+  if (inv) dfte::run_plan<true>(::qor::dft::plan_of(spec), in, out, work);
+  else dfte::run_plan<false>(::qor::dft::plan_of(spec), in, out, work);
+  if (scaled) dfte::scale_array(out, i64{2} << spec->order, static_cast<R>(spec->scale));
+}
+
+template <class R>
+void exec_dft(const ::qor::dft::DftSpec* spec, const R* in, R* out, R* work, bool inv) {
+  using namespace ::qor::dft;
+  const bool scaled = inv ? spec->scale_inverse_on != 0 : spec->scale_forward_on != 0;
+  const int L = spec->length;
+  switch (spec->method) {
+    case kSmall:
+      dfte::run_small<R>(false, L - 1, in, out, scaled, spec->scale, inv);
+      return;
+    case kPow2:
+      exec_fft<R>(static_cast<const FftSpec*>(spec->fft_spec), in, out, work, inv);
+      break;
+    case kPrimeFact:
+      if (inv) dfte::run_plan<true>(plan_of(spec), in, out, work);
+      else dfte::run_plan<false>(plan_of(spec), in, out, work);
+      break;
+    case kDirect: {
+      Step st{L, 1, 1, 1, 1, 1, nullptr, spec->direct_table};
+      if (inv) dfte::step_generic<true>(in, out, st);
+      else dfte::step_generic<false>(in, out, st);
+      break;
+    }
+    default:
+      dfte::run_conv<R>(spec, in, out, work, inv);
+      break;
+  }
+  if (scaled) dfte::scale_array(out, i64{2} * L, static_cast<R>(spec->scale));
+}
+
+namespace dfte {
+
+template <class R>
+void run_conv(const ::qor::dft::DftSpec* spec, const R* in, R* out, R* work, bool inv) {
+  const i64 L = spec->length, M = spec->conv_length;
+  const R* chirp = static_cast<const R*>(spec->chirp);
+  const R* filter = static_cast<const R*>(spec->filter);
+  const auto* nested = static_cast<const ::qor::dft::DftSpec*>(spec->fft_spec);
+  R* a = work;
+  R* nwork = work + 2 * (::qor::dft::round64(M * 2 * i64{sizeof(R)}) / i64{sizeof(R)} / 2);
+  const R sg = inv ? R(-1) : R(1);
+  for (i64 j = 0; j < L; ++j) {
+    const R xr = in[2 * j], xi = sg * in[2 * j + 1], cr = chirp[2 * j], ci = chirp[2 * j + 1];
+    a[2 * j] = xr * cr - xi * ci;
+    a[2 * j + 1] = xr * ci + xi * cr;
+  }
+  std::memset(static_cast<void*>(a + 2 * L), 0, static_cast<std::size_t>(M - L) * 2 * sizeof(R));
+  exec_dft<R>(nested, a, a, nwork, false);
+  for (i64 j = 0; j < M; ++j) {
+    const R xr = a[2 * j], xi = a[2 * j + 1], fr = filter[2 * j], fi = filter[2 * j + 1];
+    a[2 * j] = xr * fr - xi * fi;
+    a[2 * j + 1] = xr * fi + xi * fr;
+  }
+  exec_dft<R>(nested, a, a, nwork, true);
+  for (i64 k = 0; k < L; ++k) {
+    const R xr = a[2 * k], xi = a[2 * k + 1], cr = chirp[2 * k], ci = chirp[2 * k + 1];
+    out[2 * k] = xr * cr - xi * ci;
+    out[2 * k + 1] = sg * (xr * ci + xi * cr);
+  }
+}
+
+}  // namespace dfte
+
+template <class R>
+bool exec_step(int kind, bool generic, bool inv, const R* src, R* dst, const ::qor::dft::Step& st) {
+  if (kind == 1) {
+    if (generic) return false;
+    return inv ? dfte::run_outord<true>(dst, st) : dfte::run_outord<false>(dst, st);
+  }
+  if (generic) {
+    if (st.r < 3 || (st.r & 1) == 0 || st.r > 159 || st.tab == nullptr) return false;
+    if (inv) dfte::step_generic<true>(src, dst, st);
+    else dfte::step_generic<false>(src, dst, st);
+    return true;
+  }
+  return inv ? dfte::run_step<true>(src, dst, st) : dfte::run_step<false>(src, dst, st);
+}
+
+template <class R>
+void exec_scale(R* data, ::qor::dft::i64 count, R value) {
+  dfte::scale_array(data, count, value);
+}
+
+QOR_ISA_END

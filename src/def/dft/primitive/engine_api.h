@@ -1,0 +1,44 @@
+// What each instruction-set body of the engine offers to the entries. The
+// bodies are the same templates (engine.h) compiled once per class; the
+// entries pick qor::base or qor::zen at run time from the core's answers.
+#pragma once
+#include "dft/primitive/layout.h"
+
+namespace qor::dft {
+
+// One self-sorting step, as the exported kernels describe it:
+//   for p < m, c < sl, q < Q: a_j = src[q + is*(c + sl*(p + j*m))]
+//   dst[q + os*(c + sl*(r*p + k))] = DFT_r(a)_k * tw[(k-1)*m + p]
+struct Step {
+  int r;
+  int m;
+  i64 sl;
+  i64 Q;
+  i64 is;
+  i64 os;
+  const void* tw;   // null: no twiddles
+  const void* tab;  // roots of unity of r, for radices without their own kernel
+};
+
+// True when the Zen-class body is to run (asked of the core on each call).
+bool use_zen_body();
+
+}  // namespace qor::dft
+
+#define QOR_DFT_ENGINE_DECLS                                                                                    \
+  template <class R>                                                                                            \
+  void exec_dft(const ::qor::dft::DftSpec* spec, const R* in, R* out, R* work, bool inv);                      \
+  template <class R>                                                                                            \
+  void exec_fft(const ::qor::dft::FftSpec* spec, const R* in, R* out, R* work, bool inv);                      \
+  /* kind 0: self-sorting step, 1: out-of-order step in place (src == dst) */                                  \
+  template <class R>                                                                                            \
+  bool exec_step(int kind, bool generic, bool inv, const R* src, R* dst, const ::qor::dft::Step& st);          \
+  template <class R>                                                                                            \
+  void exec_scale(R* data, ::qor::dft::i64 count, R value);
+
+namespace qor::base {
+QOR_DFT_ENGINE_DECLS
+}
+namespace qor::zen {
+QOR_DFT_ENGINE_DECLS
+}

@@ -1,0 +1,13 @@
+// The Zen-class (AVX2 and FMA) body of the transform engine.
+#include "dft/primitive/engine.h"
+
+QOR_ISA_BEGIN
+template void exec_dft<float>(const ::qor::dft::DftSpec*, const float*, float*, float*, bool);
+template void exec_dft<double>(const ::qor::dft::DftSpec*, const double*, double*, double*, bool);
+template void exec_fft<float>(const ::qor::dft::FftSpec*, const float*, float*, float*, bool);
+template void exec_fft<double>(const ::qor::dft::FftSpec*, const double*, double*, double*, bool);
+template bool exec_step<float>(int, bool, bool, const float*, float*, const ::qor::dft::Step&);
+template bool exec_step<double>(int, bool, bool, const double*, double*, const ::qor::dft::Step&);
+template void exec_scale<float>(float*, ::qor::dft::i64, float);
+template void exec_scale<double>(double*, ::qor::dft::i64, double);
+QOR_ISA_END

@@ -1,0 +1,146 @@
+// Plans of the transform engine: status values, kinds, and the memory
+// layout of DFT and FFT specs. Shared by the plan builder, the entries and
+// every instruction-set body of the engine.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+
+namespace qor::dft {
+
+using i64 = std::int64_t;
+
+enum Status : int {
+  kOk = 0,
+  kBadSize = -6,
+  kNullPtr = -8,
+  kNoMemory = -9,
+  kWrongSpec = -13,
+  kBadOrder = -17,
+  kBadFlag = -18,
+};
+
+// Spec ids. DFT: 16 interleaved double, 17 split double, 18 real double,
+// 13, 14, 15 their single twins. FFT: 7 interleaved double and its kin.
+enum SpecId : int {
+  kFft32fc = 4,
+  kFft32f = 5,
+  kFftR32 = 6,
+  kFft64fc = 7,
+  kFft64f = 8,
+  kFftR64 = 9,
+  kDft32fc = 13,
+  kDft32f = 14,
+  kDftR32 = 15,
+  kDft64fc = 16,
+  kDft64f = 17,
+  kDftR64 = 18,
+};
+
+// Length limits.
+constexpr int kMaxFftOrder = 27;
+constexpr int kMaxDftLength = 0x3ffffff;   // factor and direct paths
+constexpr int kMaxConvLength = 0x1ffffff;  // Bluestein path (exclusive bound 0x2000000)
+constexpr int kMaxDirect = 90;             // direct evaluation
+constexpr int kMaxRecords = 20;
+
+// Method of a DFT spec.
+enum Method : int { kSmall = 1, kPow2 = 2, kPrimeFact = 3, kDirect = 4, kConv = 5 };
+
+// Method of an FFT spec.
+enum FftMethod : int { kFftSmall = 1, kFftRadix = 2, kFftLarge = 3 };
+
+inline i64 round64(i64 n) { return (n + 63) & ~i64{63}; }
+template <class T>
+inline T* align64(T* p) {
+  return reinterpret_cast<T*>((reinterpret_cast<std::uintptr_t>(p) + 63) & ~std::uintptr_t{63});
+}
+
+// One factor record: 32 bytes.
+struct Record {
+  std::int32_t factor;  // radix of this step
+  std::int32_t rest;    // length still to do after this factor
+  i64 stride;           // product of the factors before
+  void* twiddle;        // [(k-1)*rest + p] = exp(-2 pi i p k / (factor * rest)), or null when rest is 1
+  void* direct;         // roots of unity of the factor, for factors without their own kernel
+};
+static_assert(sizeof(Record) == 32);
+
+// The self-sorting step sequence shared by the mixed-radix engine and the
+// power-of-two engine: records 0..count-1 run one after another; from
+// record `group` on they run per block of `width` columns kept in cache.
+struct StepPlan {
+  const Record* rec;
+  int count;
+  int group;
+  i64 width;
+};
+
+// DFT spec: the fixed part is 832 bytes, the records included; the tables
+// follow in the same block.
+struct DftSpec {
+  std::int32_t id;                // 0
+  std::int32_t length;            // 4
+  std::int32_t scale_forward_on;  // 8
+  std::int32_t scale_inverse_on;  // 12
+  double scale;                   // 16
+  std::int32_t hint;              // 24
+  std::int32_t buffer_size;       // 28
+  std::int32_t is_pow2;           // 32
+  std::int32_t conv_length;       // 36
+  void* chirp;                    // 40: Bluestein chirp, conv_length entries
+  void* filter;                   // 48: Bluestein filter, conv_length entries
+  void* fft_spec;                 // 56: the FFT spec of a power of two, or the nested DFT of Bluestein
+  void* direct_table;             // 64: roots of unity for direct evaluation
+  std::int32_t prime_fact_on;     // 72
+  std::int32_t last_index;        // 76
+  std::int32_t method;            // 80
+  std::int32_t allocated;         // 84: made by InitAlloc
+  void* self;                     // 88: the block to free
+  std::int32_t group;             // 96: first record run per column block
+  std::int32_t flag;              // 100
+  i64 width;                      // 104: columns per block
+  std::int32_t split;             // 112: split-complex kind
+  std::int32_t reserved[19];      // 116
+  Record rec[kMaxRecords];        // 192
+};
+static_assert(sizeof(DftSpec) == 832);
+static_assert(offsetof(DftSpec, rec) == 192);
+
+// FFT spec: 144 bytes of fixed part; the step records and tables follow.
+struct FftSpec {
+  std::int32_t id;                // 0
+  std::int32_t order;             // 4
+  std::int32_t scale_forward_on;  // 8
+  std::int32_t scale_inverse_on;  // 12
+  double scale;                   // 16
+  std::int32_t hint;              // 24
+  std::int32_t buffer_size;       // 28
+  std::int32_t method;            // 32
+  std::int32_t allocated;         // 36
+  void* self;                     // 40
+  Record* rec;                    // 48: step records (radix engine)
+  std::int32_t count;             // 56
+  std::int32_t group;             // 60
+  i64 width;                      // 64
+  std::int32_t flag;              // 72
+  std::int32_t split;             // 76
+  std::int32_t reserved[16];      // 80
+};
+static_assert(sizeof(FftSpec) == 144);
+
+inline StepPlan plan_of(const DftSpec* s) { return {s->rec, s->last_index + 1, s->group, s->width}; }
+inline StepPlan plan_of(const FftSpec* s) { return {s->rec, s->count, s->group, s->width}; }
+
+// Work buffer (in elements) that a step plan needs: the ping-pong copy of
+// the whole array while records before `group` run, and two column blocks.
+inline i64 plan_top_elems(const Record* rec, int count, int group) {
+  (void)count;
+  if (group <= 0) return 0;
+  return i64{rec[0].factor} * rec[0].rest;
+}
+inline i64 plan_block_elems(const Record* rec, int count, int group, i64 width) {
+  if (group >= count || count - group < 2) return 0;
+  return width * rec[group].factor * rec[group].rest;
+}
+
+}  // namespace qor::dft

@@ -1,0 +1,415 @@
+// Building specs. GetSize and Init walk the same tree (build_dft and
+// build_fft), so the sizes always match what Init carves.
+#include "dft/primitive/plan.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "dft/primitive/engine_api.h"
+#include "frame/services.h"
+
+namespace qor::dft {
+namespace {
+
+// Roots of unity: tab[t] = exp(-2 pi i t / n) for t < n, in double. Only
+// an eighth of the circle is evaluated when n allows; the rest follows by
+// symmetry, so every value is as accurate as the library sine.
+void make_roots(double* tab, i64 n) {
+  if (n % 8 == 0) {
+    const i64 e = n / 8, quarter = 2 * e;
+    for (i64 u = 0; u <= e; ++u) {
+      double s, c;
+      qor_serv_libm_sincospi(2.0 * static_cast<double>(u) / static_cast<double>(n), &s, &c);
+      tab[2 * u] = c;
+      tab[2 * u + 1] = -s;
+    }
+    for (i64 t = e + 1; t < n; ++t) {
+      const i64 q = t / quarter, r = t % quarter;
+      double c, s;
+      if (r <= e) {
+        c = tab[2 * r];
+        s = -tab[2 * r + 1];
+      } else {
+        c = -tab[2 * (quarter - r) + 1];
+        s = tab[2 * (quarter - r)];
+      }
+      double cq = c, sq = s;
+      switch (q) {
+        case 1: cq = -s; sq = c; break;
+        case 2: cq = -c; sq = -s; break;
+        case 3: cq = s; sq = -c; break;
+        default: break;
+      }
+      tab[2 * t] = cq;
+      tab[2 * t + 1] = -sq;
+    }
+    return;
+  }
+  for (i64 t = 0; 2 * t <= n; ++t) {
+    double s, c;
+    qor_serv_libm_sincospi(2.0 * static_cast<double>(t) / static_cast<double>(n), &s, &c);
+    tab[2 * t] = c;
+    tab[2 * t + 1] = -s;
+    if (t > 0 && t < n - t) {
+      tab[2 * (n - t)] = c;
+      tab[2 * (n - t) + 1] = s;
+    }
+  }
+}
+
+constexpr int kConvLengths[31] = {128,  144,  160,  192,  200,  256,  288,  320,  384,  400,  512,
+                                  576,  640,  768,  800,  1024, 1152, 1280, 1536, 1600, 2048, 2304,
+                                  2560, 3072, 3200, 4096, 4608, 5120, 6144, 6400, 8192};
+
+// Radices with a kernel of their own; others are odd and use a table.
+bool has_kernel(int r) {
+  switch (r) {
+    case 2: case 3: case 4: case 5: case 6: case 7: case 8: case 11: case 13: case 16: case 24:
+      return true;
+    default:
+      return false;
+  }
+}
+bool cheap_last(int r) { return r >= 2 && r <= 7; }
+
+// Columns per block of the grouped steps: the block of `len` elements
+// times the width should stay within a few tens of kilobytes.
+i64 block_width(i64 columns, i64 len, int elem_bytes) {
+  const i64 budget = (elem_bytes == 16 ? 4096 : 8192);
+  if (columns * len <= budget) return columns;
+  i64 w = budget / len;
+  if (w >= 8) w &= ~i64{7};
+  else if (w >= 4) w = 4;
+  if (w < 1) w = 1;
+  return w < columns ? w : columns;
+}
+
+// Records, twiddles and direct tables of a step plan over `count` factors
+// of n; base is the table of n roots (only read when building).
+template <class R>
+void build_records(const int* factors, int count, i64 n, Region& sr, const double* base, bool fill, Record* rec) {
+  i64 stride = 1;
+  const void* shared_tab[200] = {};
+  for (int i = 0; i < count; ++i) {
+    const int f = factors[i];
+    const i64 rest = n / (stride * f);
+    void* tw = nullptr;
+    if (rest > 1) {
+      tw = sr.take(i64{f - 1} * rest * 2 * static_cast<i64>(sizeof(R)));
+      if (fill) {
+        R* t = static_cast<R*>(tw);
+        for (int k = 1; k < f; ++k)
+          for (i64 p = 0; p < rest; ++p) {
+            const i64 idx = p * k * stride;  // below n
+            t[2 * ((k - 1) * rest + p)] = static_cast<R>(base[2 * idx]);
+            t[2 * ((k - 1) * rest + p) + 1] = static_cast<R>(base[2 * idx + 1]);
+          }
+      }
+    }
+    void* direct = nullptr;
+    if (!has_kernel(f)) {
+      if (f < 200 && shared_tab[f] != nullptr) {
+        direct = const_cast<void*>(shared_tab[f]);
+      } else {
+        direct = sr.take(i64{f} * 2 * static_cast<i64>(sizeof(R)));
+        if (fill) {
+          R* t = static_cast<R*>(direct);
+          const i64 step = n / f;
+          for (int k = 0; k < f; ++k) {
+            t[2 * k] = static_cast<R>(base[2 * (k * step)]);
+            t[2 * k + 1] = static_cast<R>(base[2 * (k * step) + 1]);
+          }
+        }
+        if (f < 200) shared_tab[f] = direct;
+      }
+    }
+    if (fill) rec[i] = Record{f, static_cast<std::int32_t>(rest), stride, tw, direct};
+    stride *= f;
+  }
+}
+
+// Where the grouped steps start: the first record whose transform length
+// (factor times rest) is at most 500; at least 501 ends a level of steps
+// that run over the whole array.
+int group_start(const int* factors, int count, i64 n) {
+  i64 len = n;
+  for (int i = 0; i < count; ++i) {
+    if (len <= 500) return i;
+    len /= factors[i];
+  }
+  return count - 1;
+}
+
+void set_scale(int flag, i64 n, std::int32_t* fwd, std::int32_t* inv, double* scale) {
+  *fwd = flag == 1 || flag == 4;
+  *inv = flag == 2 || flag == 4;
+  *scale = flag == 4 ? 1.0 / std::sqrt(static_cast<double>(n)) : (flag == 8 ? 1.0 : 1.0 / static_cast<double>(n));
+}
+
+// Radices of the power-of-two engine: a first step of 4 or 8 chosen by
+// the order, fours after it, and an 8 last when the bits left are odd.
+int pow2_radices(int order, int* r) {
+  const int first = (order == 10 || order == 4 || order == 5 || order == 7 || order == 8) ? 2 : 3;
+  int count = 0;
+  r[count++] = 1 << first;
+  int left = order - first;
+  while (left >= 2) {
+    if (left == 3) {
+      r[count++] = 8;
+      left = 0;
+      break;
+    }
+    r[count++] = 4;
+    left -= 2;
+  }
+  if (left == 1) r[count++] = 2;
+  return count;
+}
+
+}  // namespace
+
+int check_flag(int flag) { return (flag == 1 || flag == 2 || flag == 4 || flag == 8) ? kOk : kBadFlag; }
+
+int test_prime_fact(int length, bool real, int* fac) {
+  int n = length;
+  if (real && n % 2 == 0) n /= 2;
+  int cnt = 0;
+  while (n % 4 == 0 && n > 1) {
+    fac[cnt++] = 4;
+    n /= 4;
+  }
+  if (n % 2 == 0) {
+    fac[cnt++] = 4;
+    fac[0] = 2;
+    n /= 2;
+  }
+  auto merges_three = [&]() { return cnt >= 1 && fac[0] == 2 && (cnt < 2 || fac[1] != 4); };
+  for (int d = 3; d * d <= n;) {
+    if (n % d == 0) {
+      if (d == 3 && merges_three()) fac[0] = 6;
+      else fac[cnt++] = d;
+      n /= d;
+    } else {
+      if (d > 88) return 0;
+      d += 2;
+    }
+  }
+  if (cnt == 0) return 0;
+  if (n > ((length & 1) ? 90 : 150)) return 0;
+  if (n == 3 && merges_three()) fac[0] = 6;
+  else if (n > 1) fac[cnt++] = n;
+  // First-and-last exchange: fold a leading 4 into the first factor and
+  // keep a cheap kernel for the last step.
+  if (cnt >= 3 && fac[1] == 4) {
+    fac[0] *= 4;
+    for (int i = 1; i + 1 < cnt; ++i) fac[i] = fac[i + 1];
+    --cnt;
+    if (!cheap_last(fac[cnt - 1])) {
+      for (int i = cnt - 2; i >= 1; --i)
+        if (cheap_last(fac[i])) {
+          int t = fac[i];
+          fac[i] = fac[cnt - 1];
+          fac[cnt - 1] = t;
+          break;
+        }
+    }
+  }
+  return cnt;
+}
+
+i64 conv_length(i64 length) {
+  const i64 need = 2 * length - 1;
+  if (length <= 4096) {
+    for (int m : kConvLengths)
+      if (m >= need) return m;
+  }
+  i64 m = 1;
+  while (m < need) m <<= 1;
+  return m;
+}
+
+template <class R>
+int build_fft(int order, int flag, int hint, bool split, std::uint8_t* spec_mem, std::uint8_t* init_mem,
+              Sizes* sizes) {
+  if (order < 0 || order > kMaxFftOrder) return kBadOrder;
+  if (check_flag(flag) != kOk) return kBadFlag;
+  const bool fill = spec_mem != nullptr;
+  Region sr{spec_mem, 0}, ir{init_mem, 0};
+  const i64 n = i64{1} << order;
+  auto* s = static_cast<FftSpec*>(sr.take(sizeof(FftSpec)));
+  if (fill) {
+    std::memset(static_cast<void*>(s), 0, sizeof(FftSpec));
+    s->id = fft_id<R>(split);
+    s->order = order;
+    set_scale(flag, n, &s->scale_forward_on, &s->scale_inverse_on, &s->scale);
+    s->hint = hint;
+    s->flag = flag;
+    s->split = split;
+    s->method = kFftSmall;
+  }
+  i64 work = 0;
+  if (order > 5) {
+    int fac[32];
+    const int count = pow2_radices(order, fac);
+    const int g = group_start(fac, count, n);
+    auto* base = static_cast<double*>(ir.take(n * 16));
+    if (fill) make_roots(base, n);
+    auto* rec = static_cast<Record*>(sr.take(count * i64{sizeof(Record)}));
+    build_records<R>(fac, count, n, sr, base, fill, rec);
+    i64 stride = 1;
+    for (int i = 0; i < g; ++i) stride *= fac[i];
+    const i64 width = block_width(stride, n / stride, 2 * sizeof(R));
+    if (fill) {
+      s->method = kFftRadix;
+      s->rec = rec;
+      s->count = count;
+      s->group = g;
+      s->width = width;
+    }
+    const i64 ebytes = 2 * sizeof(R);
+    if (g > 0) work += round64(n * ebytes);
+    if (count - g >= 2) work += 2 * round64(width * (n / stride) * ebytes);
+  }
+  if (split) work += round64(n * 2 * i64{sizeof(R)});
+  sizes->spec = order <= 5 ? i64{sizeof(FftSpec)} : sr.used;
+  sizes->init = ir.used;
+  sizes->work = work;
+  if (fill) s->buffer_size = static_cast<std::int32_t>(work > 0 ? work + 64 : 0);
+  return kOk;
+}
+
+template <class R>
+int build_dft(int length, int flag, int hint, bool split, std::uint8_t* spec_mem, std::uint8_t* init_mem,
+              Sizes* sizes) {
+  if (length < 1) return kBadSize;
+  if (check_flag(flag) != kOk) return kBadFlag;
+  const bool fill = spec_mem != nullptr;
+  const i64 L = length;
+  const i64 ebytes = 2 * sizeof(R);
+  Region sr{spec_mem, 0}, ir{init_mem, 0};
+  auto* s = static_cast<DftSpec*>(sr.take(sizeof(DftSpec)));
+  i64 work = 0;
+  if (fill) {
+    std::memset(static_cast<void*>(s), 0, sizeof(DftSpec));
+    s->id = dft_id<R>(split);
+    s->length = length;
+    set_scale(flag, L, &s->scale_forward_on, &s->scale_inverse_on, &s->scale);
+    s->hint = hint;
+    s->flag = flag;
+    s->split = split;
+    s->method = kSmall;
+  }
+  auto finish = [&](int status) {
+    if (split && L > 16) work += round64(L * ebytes);
+    sizes->spec = sr.used;
+    sizes->init = ir.used;
+    sizes->work = work;
+    if (fill && status == kOk) s->buffer_size = static_cast<std::int32_t>(work > 0 ? work + 64 : 0);
+    return status;
+  };
+  if (L <= 16) return finish(kOk);
+
+  if ((L & (L - 1)) == 0) {
+    int order = 0;
+    while ((i64{1} << order) < L) ++order;
+    Sizes fs;
+    std::uint8_t* fmem = static_cast<std::uint8_t*>(sr.take(0));
+    build_fft<R>(order, 8, hint, false, nullptr, nullptr, &fs);
+    sr.take(fs.spec);
+    std::uint8_t* fi = static_cast<std::uint8_t*>(ir.take(fs.init));
+    if (fill) {
+      build_fft<R>(order, 8, hint, false, fmem, fi, &fs);
+      s->is_pow2 = 1;
+      s->method = kPow2;
+      s->fft_spec = fmem;
+    }
+    work = fs.work;
+    return finish(kOk);
+  }
+  if (L > kMaxDftLength) return finish(kBadSize);
+
+  auto* base = static_cast<double*>(ir.take(L * 16));
+  if (fill) make_roots(base, L);
+
+  int fac[40];
+  const int count = test_prime_fact(length, false, fac);
+  if (count > 0) {
+    if (count > kMaxRecords) return finish(kBadSize);
+    build_records<R>(fac, count, L, sr, base, fill, fill ? s->rec : nullptr);
+    const int g = group_start(fac, count, L);
+    i64 stride = 1;
+    for (int i = 0; i < g; ++i) stride *= fac[i];
+    const i64 width = block_width(stride, L / stride, static_cast<int>(ebytes));
+    if (g > 0) work += round64(L * ebytes);
+    if (count - g >= 2) work += 2 * round64(width * (L / stride) * ebytes);
+    if (fill) {
+      s->prime_fact_on = 1;
+      s->last_index = count - 1;
+      s->method = kPrimeFact;
+      s->group = g;
+      s->width = width;
+    }
+    return finish(kOk);
+  }
+  if (L <= kMaxDirect) {
+    void* tab = sr.take(L * ebytes);
+    if (fill) {
+      R* t = static_cast<R*>(tab);
+      for (i64 k = 0; k < 2 * L; ++k) t[k] = static_cast<R>(base[k]);
+      s->direct_table = tab;
+      s->method = kDirect;
+    }
+    work = round64(L * ebytes);
+    return finish(kOk);
+  }
+  if (L > kMaxConvLength) return finish(kBadSize);
+
+  // Bluestein.
+  const i64 M = conv_length(L);
+  auto* chirp = static_cast<R*>(sr.take(L * ebytes));
+  auto* filter = static_cast<R*>(sr.take(M * ebytes));
+  Sizes ns;
+  build_dft<R>(static_cast<int>(M), 8, hint, false, nullptr, nullptr, &ns);
+  std::uint8_t* nmem = static_cast<std::uint8_t*>(sr.take(ns.spec));
+  std::uint8_t* ninit = static_cast<std::uint8_t*>(ir.take(ns.init));
+  auto* base2 = static_cast<double*>(ir.take(2 * L * 16));
+  auto* b = static_cast<R*>(ir.take(M * ebytes));
+  auto* bwork = static_cast<R*>(ir.take(ns.work));
+  work = round64(M * ebytes) + ns.work;
+  if (fill) {
+    build_dft<R>(static_cast<int>(M), 8, hint, false, nmem, ninit, &ns);
+    make_roots(base2, 2 * L);
+    i64 idx = 0;
+    for (i64 j = 0; j < L; ++j) {
+      chirp[2 * j] = static_cast<R>(base2[2 * idx]);
+      chirp[2 * j + 1] = static_cast<R>(base2[2 * idx + 1]);
+      idx += 2 * j + 1;
+      if (idx >= 2 * L) idx -= 2 * L;
+    }
+    std::memset(static_cast<void*>(b), 0, static_cast<std::size_t>(M * ebytes));
+    for (i64 j = 0; j < L; ++j) {
+      b[2 * j] = chirp[2 * j];
+      b[2 * j + 1] = -chirp[2 * j + 1];
+      if (j > 0) {
+        b[2 * (M - j)] = chirp[2 * j];
+        b[2 * (M - j) + 1] = -chirp[2 * j + 1];
+      }
+    }
+    qor::base::exec_dft<R>(reinterpret_cast<const DftSpec*>(nmem), b, b, bwork, false);
+    const R inv_m = static_cast<R>(1.0 / static_cast<double>(M));
+    for (i64 k = 0; k < 2 * M; ++k) filter[k] = b[k] * inv_m;
+    s->conv_length = static_cast<std::int32_t>(M);
+    s->chirp = chirp;
+    s->filter = filter;
+    s->fft_spec = nmem;
+    s->method = kConv;
+  }
+  return finish(kOk);
+}
+
+template int build_dft<float>(int, int, int, bool, std::uint8_t*, std::uint8_t*, Sizes*);
+template int build_dft<double>(int, int, int, bool, std::uint8_t*, std::uint8_t*, Sizes*);
+template int build_fft<float>(int, int, int, bool, std::uint8_t*, std::uint8_t*, Sizes*);
+template int build_fft<double>(int, int, int, bool, std::uint8_t*, std::uint8_t*, Sizes*);
+
+}  // namespace qor::dft

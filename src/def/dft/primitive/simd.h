@@ -1,0 +1,316 @@
+// Vectors of complex numbers for the transform kernels.
+//
+// Each type holds `N` complex values interleaved (re, im, re, im, ...) and
+// offers the same small set of operations, so the butterflies and steps are
+// written once as templates over the type:
+//   load/store, +, -, mulr (times a real), fmar (acc + a * real),
+//   rotm (times -i), rotp (times +i), cmul with a prepared twiddle,
+//   and per-lane stores for the first step, which runs across the length.
+// The baseline build has SSE2 only; the Zen-class build adds 256-bit AVX2
+// types and uses fused multiply-add. Complex-by-twiddle products keep the
+// twiddle as two vectors: its real part in both halves of each pair, and
+// its imaginary part (sign-folded for the SSE2 form).
+//
+// Also here: a scalar complex and a split complex type, for data kept as
+// separate real and imaginary arrays.
+#pragma once
+#include <immintrin.h>
+
+#include <cstdint>
+
+#include "frame/isa.h"
+
+#define QV_INLINE __attribute__((always_inline)) inline
+
+QOR_ISA_BEGIN
+namespace dftv {
+
+#if defined(__FMA__)
+constexpr bool kFma = true;
+#else
+constexpr bool kFma = false;
+#endif
+
+// ---- one complex double in an SSE register -----------------------------
+struct D1 {
+  using real = double;
+  static constexpr int N = 1;
+  __m128d v;
+  static QV_INLINE D1 load(const double* p) { return {_mm_loadu_pd(p)}; }
+  QV_INLINE void store(double* p) const { _mm_storeu_pd(p, v); }
+  QV_INLINE void store_lane(double* p, int) const { _mm_storeu_pd(p, v); }
+  static QV_INLINE D1 zero() { return {_mm_setzero_pd()}; }
+};
+QV_INLINE D1 operator+(D1 a, D1 b) { return {_mm_add_pd(a.v, b.v)}; }
+QV_INLINE D1 operator-(D1 a, D1 b) { return {_mm_sub_pd(a.v, b.v)}; }
+QV_INLINE D1 mulr(D1 a, double c) { return {_mm_mul_pd(a.v, _mm_set1_pd(c))}; }
+QV_INLINE D1 fmar(D1 acc, D1 a, double c) {
+#if defined(__FMA__)
+  return {_mm_fmadd_pd(a.v, _mm_set1_pd(c), acc.v)};
+#else
+  return {_mm_add_pd(acc.v, _mm_mul_pd(a.v, _mm_set1_pd(c)))};
+#endif
+}
+QV_INLINE D1 rotm(D1 a) { return {_mm_xor_pd(_mm_shuffle_pd(a.v, a.v, 1), _mm_set_pd(-0.0, 0.0))}; }
+QV_INLINE D1 rotp(D1 a) { return {_mm_xor_pd(_mm_shuffle_pd(a.v, a.v, 1), _mm_set_pd(0.0, -0.0))}; }
+
+struct D1T {
+  __m128d re, im;
+};
+// Twiddle (c, s) as a multiplier; conj gives (c, -s).
+QV_INLINE D1T d1t_make(__m128d w, bool conj) {
+  __m128d re = _mm_unpacklo_pd(w, w);
+  __m128d im = _mm_unpackhi_pd(w, w);
+  if (conj) im = _mm_xor_pd(im, _mm_set1_pd(-0.0));
+#if !defined(__FMA__)
+  im = _mm_xor_pd(im, _mm_set_pd(0.0, -0.0));  // (-s, s)
+#endif
+  return {re, im};
+}
+QV_INLINE D1 cmul(D1 a, D1T t) {
+  __m128d sw = _mm_shuffle_pd(a.v, a.v, 1);
+#if defined(__FMA__)
+  return {_mm_fmaddsub_pd(a.v, t.re, _mm_mul_pd(sw, t.im))};
+#else
+  return {_mm_add_pd(_mm_mul_pd(a.v, t.re), _mm_mul_pd(sw, t.im))};
+#endif
+}
+
+// ---- complex float, one (low half) or two in an SSE register -------------
+struct F2 {
+  using real = float;
+  static constexpr int N = 2;
+  __m128 v;
+  static QV_INLINE F2 load(const float* p) { return {_mm_loadu_ps(p)}; }
+  QV_INLINE void store(float* p) const { _mm_storeu_ps(p, v); }
+  QV_INLINE void store_lane(float* p, int l) const {
+    if (l == 0) _mm_storel_pi(reinterpret_cast<__m64*>(p), v);
+    else _mm_storeh_pi(reinterpret_cast<__m64*>(p), v);
+  }
+  static QV_INLINE F2 zero() { return {_mm_setzero_ps()}; }
+};
+struct F1 {
+  using real = float;
+  static constexpr int N = 1;
+  __m128 v;
+  static QV_INLINE F1 load(const float* p) {
+    return {_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(p)))};
+  }
+  QV_INLINE void store(float* p) const { _mm_store_sd(reinterpret_cast<double*>(p), _mm_castps_pd(v)); }
+  QV_INLINE void store_lane(float* p, int) const { store(p); }
+  static QV_INLINE F1 zero() { return {_mm_setzero_ps()}; }
+};
+#define QV_FLOAT128_OPS(T)                                                                                 \
+  QV_INLINE T operator+(T a, T b) { return {_mm_add_ps(a.v, b.v)}; }                                       \
+  QV_INLINE T operator-(T a, T b) { return {_mm_sub_ps(a.v, b.v)}; }                                       \
+  QV_INLINE T mulr(T a, float c) { return {_mm_mul_ps(a.v, _mm_set1_ps(c))}; }                             \
+  QV_INLINE T rotm(T a) {                                                                                  \
+    return {_mm_xor_ps(_mm_shuffle_ps(a.v, a.v, _MM_SHUFFLE(2, 3, 0, 1)), _mm_set_ps(-0.f, 0.f, -0.f, 0.f))}; \
+  }                                                                                                        \
+  QV_INLINE T rotp(T a) {                                                                                  \
+    return {_mm_xor_ps(_mm_shuffle_ps(a.v, a.v, _MM_SHUFFLE(2, 3, 0, 1)), _mm_set_ps(0.f, -0.f, 0.f, -0.f))}; \
+  }
+QV_FLOAT128_OPS(F2)
+QV_FLOAT128_OPS(F1)
+#undef QV_FLOAT128_OPS
+QV_INLINE F2 fmar(F2 acc, F2 a, float c) {
+#if defined(__FMA__)
+  return {_mm_fmadd_ps(a.v, _mm_set1_ps(c), acc.v)};
+#else
+  return {_mm_add_ps(acc.v, _mm_mul_ps(a.v, _mm_set1_ps(c)))};
+#endif
+}
+QV_INLINE F1 fmar(F1 acc, F1 a, float c) { return {fmar(F2{acc.v}, F2{a.v}, c).v}; }
+
+struct F2T {
+  __m128 re, im;
+};
+QV_INLINE F2T f2t_make(__m128 w, bool conj) {
+  __m128 re = _mm_shuffle_ps(w, w, _MM_SHUFFLE(2, 2, 0, 0));
+  __m128 im = _mm_shuffle_ps(w, w, _MM_SHUFFLE(3, 3, 1, 1));
+  if (conj) im = _mm_xor_ps(im, _mm_set1_ps(-0.f));
+#if !defined(__FMA__)
+  im = _mm_xor_ps(im, _mm_set_ps(0.f, -0.f, 0.f, -0.f));
+#endif
+  return {re, im};
+}
+QV_INLINE __m128 f2_cmul(__m128 a, F2T t) {
+  __m128 sw = _mm_shuffle_ps(a, a, _MM_SHUFFLE(2, 3, 0, 1));
+#if defined(__FMA__)
+  return _mm_fmaddsub_ps(a, t.re, _mm_mul_ps(sw, t.im));
+#else
+  return _mm_add_ps(_mm_mul_ps(a, t.re), _mm_mul_ps(sw, t.im));
+#endif
+}
+QV_INLINE F2 cmul(F2 a, F2T t) { return {f2_cmul(a.v, t)}; }
+QV_INLINE F1 cmul(F1 a, F2T t) { return {f2_cmul(a.v, t)}; }
+
+#if defined(__AVX2__)
+// ---- two complex doubles in an AVX register ------------------------------
+struct D2 {
+  using real = double;
+  static constexpr int N = 2;
+  __m256d v;
+  static QV_INLINE D2 load(const double* p) { return {_mm256_loadu_pd(p)}; }
+  QV_INLINE void store(double* p) const { _mm256_storeu_pd(p, v); }
+  QV_INLINE void store_lane(double* p, int l) const {
+    if (l == 0) _mm_storeu_pd(p, _mm256_castpd256_pd128(v));
+    else _mm_storeu_pd(p, _mm256_extractf128_pd(v, 1));
+  }
+  static QV_INLINE D2 zero() { return {_mm256_setzero_pd()}; }
+};
+QV_INLINE D2 operator+(D2 a, D2 b) { return {_mm256_add_pd(a.v, b.v)}; }
+QV_INLINE D2 operator-(D2 a, D2 b) { return {_mm256_sub_pd(a.v, b.v)}; }
+QV_INLINE D2 mulr(D2 a, double c) { return {_mm256_mul_pd(a.v, _mm256_set1_pd(c))}; }
+QV_INLINE D2 fmar(D2 acc, D2 a, double c) { return {_mm256_fmadd_pd(a.v, _mm256_set1_pd(c), acc.v)}; }
+QV_INLINE D2 rotm(D2 a) {
+  return {_mm256_xor_pd(_mm256_permute_pd(a.v, 5), _mm256_set_pd(-0.0, 0.0, -0.0, 0.0))};
+}
+QV_INLINE D2 rotp(D2 a) {
+  return {_mm256_xor_pd(_mm256_permute_pd(a.v, 5), _mm256_set_pd(0.0, -0.0, 0.0, -0.0))};
+}
+struct D2T {
+  __m256d re, im;
+};
+QV_INLINE D2T d2t_make(__m256d w, bool conj) {
+  __m256d re = _mm256_movedup_pd(w);
+  __m256d im = _mm256_permute_pd(w, 15);
+  if (conj) im = _mm256_xor_pd(im, _mm256_set1_pd(-0.0));
+  return {re, im};
+}
+QV_INLINE D2 cmul(D2 a, D2T t) {
+  return {_mm256_fmaddsub_pd(a.v, t.re, _mm256_mul_pd(_mm256_permute_pd(a.v, 5), t.im))};
+}
+
+// ---- four complex floats in an AVX register ------------------------------
+struct F4 {
+  using real = float;
+  static constexpr int N = 4;
+  __m256 v;
+  static QV_INLINE F4 load(const float* p) { return {_mm256_loadu_ps(p)}; }
+  QV_INLINE void store(float* p) const { _mm256_storeu_ps(p, v); }
+  QV_INLINE void store_lane(float* p, int l) const {
+    __m128 h = (l < 2) ? _mm256_castps256_ps128(v) : _mm256_extractf128_ps(v, 1);
+    if ((l & 1) == 0) _mm_storel_pi(reinterpret_cast<__m64*>(p), h);
+    else _mm_storeh_pi(reinterpret_cast<__m64*>(p), h);
+  }
+  static QV_INLINE F4 zero() { return {_mm256_setzero_ps()}; }
+};
+QV_INLINE F4 operator+(F4 a, F4 b) { return {_mm256_add_ps(a.v, b.v)}; }
+QV_INLINE F4 operator-(F4 a, F4 b) { return {_mm256_sub_ps(a.v, b.v)}; }
+QV_INLINE F4 mulr(F4 a, float c) { return {_mm256_mul_ps(a.v, _mm256_set1_ps(c))}; }
+QV_INLINE F4 fmar(F4 acc, F4 a, float c) { return {_mm256_fmadd_ps(a.v, _mm256_set1_ps(c), acc.v)}; }
+QV_INLINE F4 rotm(F4 a) {
+  return {_mm256_xor_ps(_mm256_permute_ps(a.v, 0xB1), _mm256_set_ps(-0.f, 0.f, -0.f, 0.f, -0.f, 0.f, -0.f, 0.f))};
+}
+QV_INLINE F4 rotp(F4 a) {
+  return {_mm256_xor_ps(_mm256_permute_ps(a.v, 0xB1), _mm256_set_ps(0.f, -0.f, 0.f, -0.f, 0.f, -0.f, 0.f, -0.f))};
+}
+struct F4T {
+  __m256 re, im;
+};
+QV_INLINE F4T f4t_make(__m256 w, bool conj) {
+  __m256 re = _mm256_moveldup_ps(w);
+  __m256 im = _mm256_movehdup_ps(w);
+  if (conj) im = _mm256_xor_ps(im, _mm256_set1_ps(-0.f));
+  return {re, im};
+}
+QV_INLINE F4 cmul(F4 a, F4T t) {
+  return {_mm256_fmaddsub_ps(a.v, t.re, _mm256_mul_ps(_mm256_permute_ps(a.v, 0xB1), t.im))};
+}
+#endif
+
+// ---- twiddle construction for each type ------------------------------------
+// tw_bcast: the complex value at p in every lane; tw_lanes: N consecutive
+// complex values, one per lane; tw_const: a constant (c, s).
+template <class T> struct Tw;
+template <> struct Tw<D1> {
+  using type = D1T;
+  static QV_INLINE D1T bcast(const double* p, bool conj) { return d1t_make(_mm_loadu_pd(p), conj); }
+  static QV_INLINE D1T lanes(const double* p, bool conj) { return bcast(p, conj); }
+  static QV_INLINE D1T cst(double c, double s) { return d1t_make(_mm_set_pd(s, c), false); }
+};
+template <> struct Tw<F1> {
+  using type = F2T;
+  static QV_INLINE F2T bcast(const float* p, bool conj) {
+    return f2t_make(_mm_castpd_ps(_mm_load1_pd(reinterpret_cast<const double*>(p))), conj);
+  }
+  static QV_INLINE F2T lanes(const float* p, bool conj) { return bcast(p, conj); }
+  static QV_INLINE F2T cst(float c, float s) { return f2t_make(_mm_set_ps(s, c, s, c), false); }
+};
+template <> struct Tw<F2> {
+  using type = F2T;
+  static QV_INLINE F2T bcast(const float* p, bool conj) { return Tw<F1>::bcast(p, conj); }
+  static QV_INLINE F2T lanes(const float* p, bool conj) { return f2t_make(_mm_loadu_ps(p), conj); }
+  static QV_INLINE F2T cst(float c, float s) { return Tw<F1>::cst(c, s); }
+};
+#if defined(__AVX2__)
+template <> struct Tw<D2> {
+  using type = D2T;
+  static QV_INLINE D2T bcast(const double* p, bool conj) {
+    return d2t_make(_mm256_broadcast_pd(reinterpret_cast<const __m128d*>(p)), conj);
+  }
+  static QV_INLINE D2T lanes(const double* p, bool conj) { return d2t_make(_mm256_loadu_pd(p), conj); }
+  static QV_INLINE D2T cst(double c, double s) { return d2t_make(_mm256_set_pd(s, c, s, c), false); }
+};
+template <> struct Tw<F4> {
+  using type = F4T;
+  static QV_INLINE F4T bcast(const float* p, bool conj) {
+    return f4t_make(_mm256_castpd_ps(_mm256_broadcast_sd(reinterpret_cast<const double*>(p))), conj);
+  }
+  static QV_INLINE F4T lanes(const float* p, bool conj) { return f4t_make(_mm256_loadu_ps(p), conj); }
+  static QV_INLINE F4T cst(float c, float s) { return f4t_make(_mm256_set_ps(s, c, s, c, s, c, s, c), false); }
+};
+#endif
+
+// ---- scalar complex and split complex ---------------------------------------
+template <class R>
+struct SC {
+  using real = R;
+  static constexpr int N = 1;
+  R re, im;
+  static QV_INLINE SC zero() { return {R(0), R(0)}; }
+};
+template <class R> QV_INLINE SC<R> operator+(SC<R> a, SC<R> b) { return {a.re + b.re, a.im + b.im}; }
+template <class R> QV_INLINE SC<R> operator-(SC<R> a, SC<R> b) { return {a.re - b.re, a.im - b.im}; }
+template <class R> QV_INLINE SC<R> mulr(SC<R> a, R c) { return {a.re * c, a.im * c}; }
+template <class R> QV_INLINE SC<R> fmar(SC<R> acc, SC<R> a, R c) { return {acc.re + a.re * c, acc.im + a.im * c}; }
+template <class R> QV_INLINE SC<R> rotm(SC<R> a) { return {a.im, -a.re}; }
+template <class R> QV_INLINE SC<R> rotp(SC<R> a) { return {-a.im, a.re}; }
+template <class R> struct SCT {
+  R c, s;
+};
+template <class R> QV_INLINE SC<R> cmul(SC<R> a, SCT<R> t) {
+  return {a.re * t.c - a.im * t.s, a.re * t.s + a.im * t.c};
+}
+template <class R> struct Tw<SC<R>> {
+  using type = SCT<R>;
+  static QV_INLINE SCT<R> bcast(const R* p, bool conj) { return {p[0], conj ? -p[1] : p[1]}; }
+  static QV_INLINE SCT<R> lanes(const R* p, bool conj) { return bcast(p, conj); }
+  static QV_INLINE SCT<R> cst(R c, R s) { return {c, s}; }
+};
+
+// ---- the vector set of each precision on this instruction set --------------
+template <class R> struct VecSet;
+#if defined(__AVX2__)
+template <> struct VecSet<double> {
+  using W = D2;  // widest
+  using O = D1;  // one complex
+};
+template <> struct VecSet<float> {
+  using W = F4;
+  using O = F1;
+};
+#else
+template <> struct VecSet<double> {
+  using W = D1;
+  using O = D1;
+};
+template <> struct VecSet<float> {
+  using W = F2;
+  using O = F1;
+};
+#endif
+
+}  // namespace dftv
+QOR_ISA_END
