@@ -208,9 +208,24 @@ template <class T> struct Calls;
 #define L3T_CALLS(t, T)                                 \
   template <> struct Calls<T> {                         \
     static constexpr auto trsm = &qor_blas_##t##trsm;   \
+    static constexpr auto trmm = &qor_blas_##t##trmm;   \
+    static constexpr auto symm = &qor_blas_##t##symm;   \
+    static constexpr auto syrk = &qor_blas_##t##syrk;   \
+    static constexpr auto syr2k = &qor_blas_##t##syr2k; \
+    static constexpr auto gemmt = &qor_blas_##t##gemmt; \
   };
 QOR_FOR_EACH_TYPE(L3T_CALLS)
 #undef L3T_CALLS
+template <class T> struct ComplexCalls;
+#define L3T_CCALLS(t, T)                                  \
+  template <> struct ComplexCalls<T> {                    \
+    static constexpr auto hemm = &qor_blas_##t##hemm;     \
+    static constexpr auto herk = &qor_blas_##t##herk;     \
+    static constexpr auto her2k = &qor_blas_##t##her2k;   \
+    static constexpr auto gemm3m = &qor_blas_##t##gemm3m; \
+  };
+QOR_FOR_EACH_COMPLEX_TYPE(L3T_CCALLS)
+#undef L3T_CCALLS
 
 template <class T>
 void trsm(char side, char uplo, char trans, char diag, T alpha, const Mat<T>& a, Mat<T>& b) {
@@ -219,5 +234,19 @@ void trsm(char side, char uplo, char trans, char diag, T alpha, const Mat<T>& a,
 }
 
 using AllTypes = ::testing::Types<float, double, c32, c64>;
+using ComplexTypes = ::testing::Types<c32, c64>;
+
+// C = alpha op(A) op(B) + beta C on dense copies; beta 0 ignores C.
+template <class T, class TA = T, class TB = T>
+void ref_gemm(char ta, char tb, T alpha, const Mat<TA>& a, const Mat<TB>& b, T beta, Mat<T>& c) {
+  const i64 m = c.rows, n = c.cols;
+  const i64 k = (ta & 0xDF) == 'N' ? a.cols : a.rows;
+  for (i64 j = 0; j < n; ++j)
+    for (i64 i = 0; i < m; ++i) {
+      T s(0);
+      for (i64 p = 0; p < k; ++p) s += T(op_elem(a, ta, i, p)) * T(op_elem(b, tb, p, j));
+      c(i, j) = alpha * s + (beta == T(0) ? T(0) : beta * c(i, j));
+    }
+}
 
 }  // namespace l3t

@@ -73,3 +73,57 @@ QOR_DEF_API void qor_blas_def_strsmlt(QOR_TRSM_LEAF_UT_ARGS(float));
   QOR_DEF_API void qor_blas_def_##t##trsmrt(QOR_TRSM_LEAF_UT_ARGS(T));
 QOR_FOR_EACH_COMPLEX_TYPE(QOR_TRSM_CLEAVES)
 #undef QOR_TRSM_CLEAVES
+
+// ---- Products beside the solve ------------------------------------------------------
+// symm, hemm: side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc.
+#define QOR_SYMM_ARGS(T)                                                                                      \
+  const char *side, const char *uplo, QOR_L3_I m, QOR_L3_I n, const T *alpha, const T *a, QOR_L3_I lda,     \
+      const T *b, QOR_L3_I ldb, const T *beta, T *c, QOR_L3_I ldc
+// syrk, herk: uplo, trans, n, k, alpha, a, lda, beta, c, ldc (S: type of alpha and beta).
+#define QOR_SYRK_ARGS(T, S)                                                                                   \
+  const char *uplo, const char *trans, QOR_L3_I n, QOR_L3_I k, const S *alpha, const T *a, QOR_L3_I lda,    \
+      const S *beta, T *c, QOR_L3_I ldc
+// syr2k, her2k: uplo, trans, n, k, alpha, a, lda, b, ldb, beta, c, ldc (S: type of beta).
+#define QOR_SYR2K_ARGS(T, S)                                                                                  \
+  const char *uplo, const char *trans, QOR_L3_I n, QOR_L3_I k, const T *alpha, const T *a, QOR_L3_I lda,    \
+      const T *b, QOR_L3_I ldb, const S *beta, T *c, QOR_L3_I ldc
+// trmm: side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb.
+#define QOR_TRMM_ARGS(T)                                                                                      \
+  const char *side, const char *uplo, const char *transa, const char *diag, QOR_L3_I m, QOR_L3_I n,         \
+      const T *alpha, const T *a, QOR_L3_I lda, T *b, QOR_L3_I ldb
+// gemmt: uplo, transa, transb, n, k, alpha, a, lda, b, ldb, beta, c, ldc.
+#define QOR_GEMMT_ARGS(T)                                                                                     \
+  const char *uplo, const char *transa, const char *transb, QOR_L3_I n, QOR_L3_I k, const T *alpha,         \
+      const T *a, QOR_L3_I lda, const T *b, QOR_L3_I ldb, const T *beta, T *c, QOR_L3_I ldc
+// gemm3m and the real-A products: the GEMM arguments, A of type TA.
+#define QOR_GEMM_MIXED_ARGS(T, TA)                                                                            \
+  const char *transa, const char *transb, QOR_L3_I m, QOR_L3_I n, QOR_L3_I k, const T *alpha, const TA *a,  \
+      QOR_L3_I lda, const T *b, QOR_L3_I ldb, const T *beta, T *c, QOR_L3_I ldc
+
+#define QOR_L3_PRODUCTS_DECLARE(t, T)                                   \
+  QOR_DEF_API void qor_blas_def_x##t##symm(QOR_SYMM_ARGS(T));           \
+  QOR_DEF_API void qor_blas_def_x##t##syrk(QOR_SYRK_ARGS(T, T));        \
+  QOR_DEF_API void qor_blas_def_x##t##syr2k(QOR_SYR2K_ARGS(T, T));      \
+  QOR_DEF_API void qor_blas_def_x##t##trmm(QOR_TRMM_ARGS(T));           \
+  QOR_DEF_API void qor_blas_def_x##t##gemmt(QOR_GEMMT_ARGS(T));
+QOR_FOR_EACH_TYPE(QOR_L3_PRODUCTS_DECLARE)
+#undef QOR_L3_PRODUCTS_DECLARE
+
+#define QOR_L3_COMPLEX_DECLARE(t, T)                                                 \
+  QOR_DEF_API void qor_blas_def_x##t##hemm(QOR_SYMM_ARGS(T));                        \
+  QOR_DEF_API void qor_blas_def_x##t##herk(QOR_SYRK_ARGS(T, ::qor::real_t<T>));      \
+  QOR_DEF_API void qor_blas_def_x##t##her2k(QOR_SYR2K_ARGS(T, ::qor::real_t<T>));    \
+  QOR_DEF_API void qor_blas_def_x##t##gemm3m(QOR_GEMM_MIXED_ARGS(T, T));
+QOR_FOR_EACH_COMPLEX_TYPE(QOR_L3_COMPLEX_DECLARE)
+#undef QOR_L3_COMPLEX_DECLARE
+
+// One real operand, the other and C complex: C = alpha op(A) op(B) + beta C.
+// scgemm, dzgemm: A real; csgemm, zdgemm: B real (the row-major forms of
+// the first two).
+#define QOR_GEMM_MIXED2_ARGS(T, TA, TB)                                                                       \
+  const char *transa, const char *transb, QOR_L3_I m, QOR_L3_I n, QOR_L3_I k, const T *alpha, const TA *a,  \
+      QOR_L3_I lda, const TB *b, QOR_L3_I ldb, const T *beta, T *c, QOR_L3_I ldc
+QOR_DEF_API void qor_blas_def_xscgemm(QOR_GEMM_MIXED2_ARGS(::qor::c32, float, ::qor::c32));
+QOR_DEF_API void qor_blas_def_xdzgemm(QOR_GEMM_MIXED2_ARGS(::qor::c64, double, ::qor::c64));
+QOR_DEF_API void qor_blas_def_xcsgemm(QOR_GEMM_MIXED2_ARGS(::qor::c32, ::qor::c32, float));
+QOR_DEF_API void qor_blas_def_xzdgemm(QOR_GEMM_MIXED2_ARGS(::qor::c64, ::qor::c64, double));

@@ -68,6 +68,15 @@ inline bool is_one(T a) {
   return a == T(1);
 }
 
+inline i64 min_i(i64 x, i64 y) { return x < y ? x : y; }
+
+// op(A)(r, c) as a pointer into A, for a block that starts there: A itself
+// without transposition, the mirrored block otherwise.
+template <class T>
+inline const T* op_block(const T* a, i64 lda, bool trans, i64 r, i64 c) {
+  return trans ? a + c + r * lda : a + r + c * lda;
+}
+
 // Column-major element access.
 template <class T>
 inline T& at(T* p, i64 ld, i64 i, i64 j) {

@@ -42,14 +42,6 @@ inline Tri read_letters(const char* side, const char* uplo, const char* transa, 
   return t;
 }
 
-// op(A)(r, c) as a pointer into A, for a block that starts there: A itself
-// without transposition, the mirrored block otherwise.
-template <class T>
-inline const T* op_block(const T* a, i64 lda, bool trans, i64 r, i64 c) {
-  return trans ? a + c + r * lda : a + r + c * lda;
-}
-
-inline i64 min_i(i64 x, i64 y) { return x < y ? x : y; }
 
 // ---- Blocking ------------------------------------------------------------------
 // The same bytes per block for every type: the cut of the right-hand side in
