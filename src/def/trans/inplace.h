@@ -301,40 +301,65 @@ struct HardwareDivider {
 
 // Cycle following. Position p (row p / lda, column p % lda) sends its
 // element to (p % lda) * ldb + p / lda. Each cycle is moved once, from its
-// smallest source position; a position outside the source is walked but
-// never read, and written only when an element lands on it.
+// smallest source position (its leader); a position outside the source is
+// walked but never read, and written only when an element lands on it.
+//
+// Deciding whether a position leads its cycle means walking the cycle until
+// a source position not above it comes round. Those walks are long chains
+// of dependent divisions, so eight of them run side by side, each lane
+// taking the next source position as soon as its walk ends; a leader's
+// cycle is carried at once. Cycles are disjoint, so the order in which they
+// are carried does not matter.
+template <bool Conj, bool Scale, class T, class Div>
+void carry_cycle(u64 s, u64 i, u64 j, u64 rows, u64 cols, T* ab, u64 ldb, T alpha, const Div& div) {
+  // Each source position is read before anything is written over it.
+  T v = ab[s];
+  bool carrying = true;
+  u64 p = s, q = i, r = j;
+  do {
+    p = r * ldb + q;
+    div(p, q, r);
+    const bool source = r < cols && q < rows;
+    T next = source && p != s ? ab[p] : v;
+    if (carrying) ab[p] = apply<Conj, Scale>(alpha, v);
+    carrying = source;
+    v = next;
+  } while (p != s);
+}
+
 template <bool Conj, bool Scale, class T, class Div>
 void mipt_cycles(u64 rows, u64 cols, T* ab, u64 ldb, T alpha, const Div& div) {
-  for (u64 i = 0; i < rows; ++i) {
-    for (u64 j = 0; j < cols; ++j) {
-      const u64 s = i * div.d + j;
-      // Leader test: walk until a source position not above s comes round.
-      u64 p = s, q = i, r = j;
-      for (;;) {
+  constexpr int lanes = 8;
+  u64 start[lanes], quo[lanes], rem[lanes];
+  bool busy[lanes];
+  u64 ni = 0, nj = 0;  // the next source position to test
+  auto take = [&](int k) {
+    busy[k] = ni < rows;
+    if (!busy[k]) return;
+    start[k] = ni * div.d + nj;
+    quo[k] = ni;
+    rem[k] = nj;
+    if (++nj == cols) {
+      nj = 0;
+      ++ni;
+    }
+  };
+  int active = 0;
+  for (int k = 0; k < lanes; ++k) {
+    take(k);
+    active += busy[k];
+  }
+  while (active > 0) {
 #pragma GCC unroll 8
-        for (int k = 0; k < 8; ++k) {
-          p = r * ldb + q;
-          div(p, q, r);
-          if (p <= s && r < cols) goto walked;
-        }
-      }
-    walked:
-      if (p != s) continue;
-      // Carry the cycle round, reading each source position before writing it.
-      T v = ab[s];
-      bool carrying = true;
-      p = s;
-      q = i;
-      r = j;
-      do {
-        p = r * ldb + q;
-        div(p, q, r);
-        const bool source = r < cols && q < rows;
-        T next = source && p != s ? ab[p] : v;
-        if (carrying) ab[p] = apply<Conj, Scale>(alpha, v);
-        carrying = source;
-        v = next;
-      } while (p != s);
+    for (int k = 0; k < lanes; ++k) {
+      if (!busy[k]) continue;
+      const u64 p = rem[k] * ldb + quo[k];
+      div(p, quo[k], rem[k]);
+      if (__builtin_expect(p > start[k] || rem[k] >= cols, 1)) continue;
+      // The walk ended: at the start itself for a leader.
+      if (p == start[k]) carry_cycle<Conj, Scale>(p, quo[k], rem[k], rows, cols, ab, ldb, alpha, div);
+      take(k);
+      active -= !busy[k];
     }
   }
 }
