@@ -17,6 +17,13 @@ inline T op_at(const T* x, u64 ld, u64 i, u64 j) {
   return cj ? conj(v) : v;
 }
 
+// Asks for the cache lines of `bytes` bytes from p.
+inline void prefetch_row(const void* p, u64 bytes) {
+  const char* c = static_cast<const char*>(p);
+  for (u64 k = 0; k < bytes; k += 64) _mm_prefetch(c + k, _MM_HINT_T0);
+  _mm_prefetch(c + bytes - 1, _MM_HINT_T0);
+}
+
 // Tile edge for the forms that read an operand across its rows.
 inline constexpr u64 add_tile = 16;
 
@@ -47,6 +54,14 @@ void omatadd_pair(u64 rows, u64 cols, T alpha, const T* a, u64 lda, T beta, cons
         const T* ar = a + i0 * lda + j0;
         const T* br = b + i0 * ldb + j0;
         u64 sa = lda, sb = ldb;
+        // The next tile of a transposed operand lies B rows further down:
+        // its lines are requested now, a tile ahead of their use.
+        if (j0 + B < cf) {
+          for (u64 k = 0; k < B; ++k) {
+            if constexpr (ta) prefetch_row(a + (j0 + B + k) * lda + i0, B * sizeof(T));
+            if constexpr (tb) prefetch_row(b + (j0 + B + k) * ldb + i0, B * sizeof(T));
+          }
+        }
         if constexpr (ta) {
           transpose_into<B, ca, false>(a + j0 * lda + i0, lda, ta_tile, T(1));
           ar = ta_tile;
