@@ -121,6 +121,14 @@ inline void micro(i64 k, const real_t<T>* a, i64 as, const real_t<T>* b, i64 bs,
   using R = real_t<T>;
   constexpr int NV = C::nv;
   constexpr bool cx = is_complex_v<T>;
+  // C is met once, after the depth loop: ask for its lines now so that the
+  // loads and stores at the end do not wait on memory.
+#pragma GCC unroll 8
+  for (int j = 0; j < NC; ++j) {
+    const char* cj = reinterpret_cast<const char*>(c + j * ldc);
+    _mm_prefetch(cj, _MM_HINT_T0);
+    _mm_prefetch(cj + rows * sizeof(T) - 1, _MM_HINT_T0);
+  }
   V res[NC][NV];
   if constexpr (!cx) {
     V acc[NC][NV];
