@@ -171,3 +171,26 @@ TEST(GemvMixed, RealMatrixComplexVectors) {
       check_mixed<c64>(op, 1000, 9, inc, -inc, rng, 1);
     }
 }
+
+// The same call on every processor path this machine can run gives the
+// same result within rounding, and the Zen-class body is really reached
+// (the other classes take the baseline body).
+TEST(GemvPaths, EveryBodyAgrees) {
+  qor::test::Rng rng(8);
+  const i64 m = 77, n = 45, lda = 80, one = 1;
+  auto a = random<double>(lda * n, rng);
+  auto x = random<double>(m, rng);
+  auto y0 = random<double>(m, rng);
+  std::vector<std::vector<double>> results;
+  qor::test::on_every_path([&](int path) {
+    const std::int64_t hits = qor_cpu_path_hits(QOR_CPU_PATH_ZEN);
+    for (char op : {'N', 'T'}) {
+      auto y = y0;
+      double alpha = 0.5, beta = 2;
+      qor_blas_dgemv(&op, &m, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y.data(), &one);
+      results.push_back(y);
+    }
+    if (path == QOR_CPU_PATH_ZEN) EXPECT_GT(qor_cpu_path_hits(QOR_CPU_PATH_ZEN), hits);
+  });
+  for (std::size_t i = 2; i < results.size(); ++i) EXPECT_LE(maxdiff(results[i], results[i % 2]), 1e-13);
+}

@@ -6,7 +6,7 @@
 #include "blas/level2/api.h"
 #include "blas/level2/common.h"
 
-namespace l2c = qor::l2c;
+namespace l2c = qor::QOR_ISA_NAME::l2c;
 using l2c::i64;
 
 namespace {
@@ -99,14 +99,14 @@ void sbmv(bool upper, i64 n, i64 k, T alpha, const T* a, i64 lda, const T* x, i6
 }  // namespace
 
 #define QOR_L2_BAND_DEF(t, T, sb, H, UPPER)                                                                   \
-  QOR_DEF_API void qor_blas_def_##t##gbmv(const char* trans, QOR_L2_I m, QOR_L2_I n, QOR_L2_I kl,            \
+  QOR_L2_DEF(qor_blas_def_##t##gbmv, (const char* trans, QOR_L2_I m, QOR_L2_I n, QOR_L2_I kl,            \
                                           QOR_L2_I ku, const T* alpha, const T* a, QOR_L2_I lda, const T* x, \
-                                          QOR_L2_I incx, const T* beta, T* y, QOR_L2_I incy) {               \
+                                          QOR_L2_I incx, const T* beta, T* y, QOR_L2_I incy), (trans, m, n, kl, ku, alpha, a, lda, x, incx, beta, y, incy)) {               \
     gbmv<T>(trans, *m, *n, *kl, *ku, *alpha, a, *lda, x, *incx, *beta, y, *incy);                            \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_##t##sb(const char* uplo, QOR_L2_I n, QOR_L2_I k, const T* alpha, const T* a, \
+  QOR_L2_DEF(qor_blas_def_##t##sb, (const char* uplo, QOR_L2_I n, QOR_L2_I k, const T* alpha, const T* a, \
                                         QOR_L2_I lda, const T* x, QOR_L2_I incx, const T* beta, T* y,        \
-                                        QOR_L2_I incy) {                                                     \
+                                        QOR_L2_I incy), (uplo, n, k, alpha, a, lda, x, incx, beta, y, incy)) {                                                     \
     sbmv<T, H>(UPPER, *n, *k, *alpha, a, *lda, x, *incx, *beta, y, *incy);                                    \
   }
 // sbmv folds the letter with 0xDF, hbmv asks the core.

@@ -5,10 +5,13 @@
 #pragma once
 #include <cstdint>
 
+#include "frame/export.h"
+#include "frame/isa.h"
 #include "frame/services.h"
 #include "frame/types.h"
 
-namespace qor::l2c {
+QOR_ISA_BEGIN
+namespace l2c {
 
 using i64 = std::int64_t;
 
@@ -19,6 +22,10 @@ inline constexpr int kAlign = 64;
 
 template <class T>
 using R = real_t<T>;
+
+// The Zen-class body (AVX2 and FMA) serves a Zen-class processor when this
+// generic member serves the processor at all (tier 0).
+inline bool use_zen() { return qor_serv_cpu_detect() == 0 && qor_serv_cpuiszen() != 0; }
 
 // Complex product by the plain formula, as the reference BLAS computes it
 // (no rescue of infinities through the library's slow path).
@@ -145,4 +152,26 @@ struct Stack {
   T* get() { return reinterpret_cast<T*>(raw); }
 };
 
-}  // namespace qor::l2c
+}  // namespace l2c
+QOR_ISA_END
+
+// QOR_L2_DEF(name, (parameters), (arguments)) { body } defines an exported
+// entry. Every source is compiled twice: the baseline build defines the
+// exported name, which hands the call to the Zen-class build's copy
+// (name_zen, hidden) when that class is served, and to its own body
+// otherwise; the Zen-class build defines only name_zen.
+#if defined(QOR_ISA_ZEN)
+#define QOR_L2_DEF(name, params, args) void name##_zen params
+#else
+#define QOR_L2_DEF(name, params, args)                      \
+  void name##_zen params;                                   \
+  static void name##_base params;                           \
+  QOR_DEF_API void name params {                            \
+    if (::qor::QOR_ISA_NAME::l2c::use_zen()) {              \
+      name##_zen args;                                      \
+    } else {                                                \
+      name##_base args;                                     \
+    }                                                       \
+  }                                                         \
+  static void name##_base params
+#endif

@@ -4,7 +4,7 @@
 #include "blas/level2/update_kernels.h"
 
 namespace l2 = qor::QOR_ISA_NAME::l2;
-namespace l2c = qor::l2c;
+namespace l2c = qor::QOR_ISA_NAME::l2c;
 using l2::i64;
 
 namespace {
@@ -52,12 +52,12 @@ void ger_entry(i64 m, i64 n, T alpha, const T* x, i64 incx, const T* y, i64 incy
 }  // namespace
 
 #define QOR_L2_GER_DEF(t, T, name, cj)                                                                       \
-  QOR_DEF_API void qor_blas_def_x##t##name(QOR_L2_I m, QOR_L2_I n, const T* alpha, const T* x, QOR_L2_I incx, \
-                                           const T* y, QOR_L2_I incy, T* a, QOR_L2_I lda) {                 \
+  QOR_L2_DEF(qor_blas_def_x##t##name, (QOR_L2_I m, QOR_L2_I n, const T* alpha, const T* x, QOR_L2_I incx, \
+                                           const T* y, QOR_L2_I incy, T* a, QOR_L2_I lda), (m, n, alpha, x, incx, y, incy, a, lda)) {                 \
     ger_entry<T, cj>(*m, *n, *alpha, x, *incx, y, *incy, a, *lda);                                           \
   }                                                                                                          \
-  QOR_DEF_API void qor_blas_def_x##t##name##_kernel(QOR_L2_I m, QOR_L2_I n, const T* alpha, const T* x,     \
-                                                    const T* y, QOR_L2_I incy, T* a, QOR_L2_I lda) {        \
+  QOR_L2_DEF(qor_blas_def_x##t##name##_kernel, (QOR_L2_I m, QOR_L2_I n, const T* alpha, const T* x,     \
+                                                    const T* y, QOR_L2_I incy, T* a, QOR_L2_I lda), (m, n, alpha, x, y, incy, a, lda)) {        \
     ger_kernel<T, cj>(*m, *n, *alpha, x, y, *incy, a, *lda);                                                 \
   }
 QOR_L2_GER_DEF(s, float, ger, false)

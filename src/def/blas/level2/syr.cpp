@@ -5,7 +5,7 @@
 #include "blas/level2/update_kernels.h"
 
 namespace l2 = qor::QOR_ISA_NAME::l2;
-namespace l2c = qor::l2c;
+namespace l2c = qor::QOR_ISA_NAME::l2c;
 using l2::i64;
 
 namespace {
@@ -179,94 +179,94 @@ l2::LayPu<T*> packed_u(T* ap) {
 }  // namespace
 
 #define QOR_L2_SYR_DEF(t, T, TA, H, r1, p1, r2, p2)                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##r1(const char* uplo, QOR_L2_I n, const TA* alpha, const T* x,          \
-                                         QOR_L2_I incx, T* a, QOR_L2_I lda) {                                \
+  QOR_L2_DEF(qor_blas_def_x##t##r1, (const char* uplo, QOR_L2_I n, const TA* alpha, const T* x,          \
+                                         QOR_L2_I incx, T* a, QOR_L2_I lda), (uplo, n, alpha, x, incx, a, lda)) {                                \
     if (lower_of(uplo)) {                                                                                     \
       syr_entry<T, TA, H, true>(*n, *alpha, x, *incx, full(a, lda));                                          \
     } else {                                                                                                  \
       syr_entry<T, TA, H, false>(*n, *alpha, x, *incx, full(a, lda));                                         \
     }                                                                                                         \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##r1##_kernel_l(QOR_L2_I n, const TA* alpha, const T* x, T* a,           \
-                                                    QOR_L2_I lda) {                                          \
+  QOR_L2_DEF(qor_blas_def_x##t##r1##_kernel_l, (QOR_L2_I n, const TA* alpha, const T* x, T* a,           \
+                                                    QOR_L2_I lda), (n, alpha, x, a, lda)) {                                          \
     syr_kernel<T, TA, H, true>(*n, *alpha, x, full(a, lda));                                                  \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##r1##_kernel_u(QOR_L2_I n, const TA* alpha, const T* x, T* a,           \
-                                                    QOR_L2_I lda) {                                          \
+  QOR_L2_DEF(qor_blas_def_x##t##r1##_kernel_u, (QOR_L2_I n, const TA* alpha, const T* x, T* a,           \
+                                                    QOR_L2_I lda), (n, alpha, x, a, lda)) {                                          \
     syr_kernel<T, TA, H, false>(*n, *alpha, x, full(a, lda));                                                 \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##r1##_kernel(const char* uplo, QOR_L2_I n, const TA* alpha, const T* x, \
-                                                  T* a, QOR_L2_I lda) {                                      \
+  QOR_L2_DEF(qor_blas_def_x##t##r1##_kernel, (const char* uplo, QOR_L2_I n, const TA* alpha, const T* x, \
+                                                  T* a, QOR_L2_I lda), (uplo, n, alpha, x, a, lda)) {                                      \
     if (lower_of(uplo)) {                                                                                     \
       syr_kernel<T, TA, H, true>(*n, *alpha, x, full(a, lda));                                                \
     } else {                                                                                                  \
       syr_kernel<T, TA, H, false>(*n, *alpha, x, full(a, lda));                                               \
     }                                                                                                         \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##p1(const char* uplo, QOR_L2_I n, const TA* alpha, const T* x,          \
-                                         QOR_L2_I incx, T* ap) {                                             \
+  QOR_L2_DEF(qor_blas_def_x##t##p1, (const char* uplo, QOR_L2_I n, const TA* alpha, const T* x,          \
+                                         QOR_L2_I incx, T* ap), (uplo, n, alpha, x, incx, ap)) {                                             \
     if (lower_of(uplo)) {                                                                                     \
       syr_entry<T, TA, H, true>(*n, *alpha, x, *incx, packed_l(ap, *n));                                      \
     } else {                                                                                                  \
       syr_entry<T, TA, H, false>(*n, *alpha, x, *incx, packed_u(ap));                                         \
     }                                                                                                         \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##p1##_kernel_l(QOR_L2_I n, const TA* alpha, const T* x, T* ap) {        \
+  QOR_L2_DEF(qor_blas_def_x##t##p1##_kernel_l, (QOR_L2_I n, const TA* alpha, const T* x, T* ap), (n, alpha, x, ap)) {        \
     syr_kernel<T, TA, H, true>(*n, *alpha, x, packed_l(ap, *n));                                              \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##p1##_kernel_u(QOR_L2_I n, const TA* alpha, const T* x, T* ap) {        \
+  QOR_L2_DEF(qor_blas_def_x##t##p1##_kernel_u, (QOR_L2_I n, const TA* alpha, const T* x, T* ap), (n, alpha, x, ap)) {        \
     syr_kernel<T, TA, H, false>(*n, *alpha, x, packed_u(ap));                                                 \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##p1##_kernel(const char* uplo, QOR_L2_I n, const TA* alpha, const T* x, \
-                                                  T* ap) {                                                   \
+  QOR_L2_DEF(qor_blas_def_x##t##p1##_kernel, (const char* uplo, QOR_L2_I n, const TA* alpha, const T* x, \
+                                                  T* ap), (uplo, n, alpha, x, ap)) {                                                   \
     if (lower_of(uplo)) {                                                                                     \
       syr_kernel<T, TA, H, true>(*n, *alpha, x, packed_l(ap, *n));                                            \
     } else {                                                                                                  \
       syr_kernel<T, TA, H, false>(*n, *alpha, x, packed_u(ap));                                               \
     }                                                                                                         \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##r2(const char* uplo, QOR_L2_I n, const T* alpha, const T* x,           \
-                                         QOR_L2_I incx, const T* y, QOR_L2_I incy, T* a, QOR_L2_I lda) {     \
+  QOR_L2_DEF(qor_blas_def_x##t##r2, (const char* uplo, QOR_L2_I n, const T* alpha, const T* x,           \
+                                         QOR_L2_I incx, const T* y, QOR_L2_I incy, T* a, QOR_L2_I lda), (uplo, n, alpha, x, incx, y, incy, a, lda)) {     \
     if (lower_of(uplo)) {                                                                                     \
       syr2_entry<T, H, true>(*n, *alpha, x, *incx, y, *incy, full(a, lda));                                   \
     } else {                                                                                                  \
       syr2_entry<T, H, false>(*n, *alpha, x, *incx, y, *incy, full(a, lda));                                  \
     }                                                                                                         \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##r2##_kernel_l(QOR_L2_I n, const T* alpha, const T* x, const T* y,      \
-                                                    T* a, QOR_L2_I lda) {                                    \
+  QOR_L2_DEF(qor_blas_def_x##t##r2##_kernel_l, (QOR_L2_I n, const T* alpha, const T* x, const T* y,      \
+                                                    T* a, QOR_L2_I lda), (n, alpha, x, y, a, lda)) {                                    \
     syr2_kernel<T, H, true>(*n, *alpha, x, y, full(a, lda));                                                  \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##r2##_kernel_u(QOR_L2_I n, const T* alpha, const T* x, const T* y,      \
-                                                    T* a, QOR_L2_I lda) {                                    \
+  QOR_L2_DEF(qor_blas_def_x##t##r2##_kernel_u, (QOR_L2_I n, const T* alpha, const T* x, const T* y,      \
+                                                    T* a, QOR_L2_I lda), (n, alpha, x, y, a, lda)) {                                    \
     syr2_kernel<T, H, false>(*n, *alpha, x, y, full(a, lda));                                                 \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##r2##_kernel(const char* uplo, QOR_L2_I n, const T* alpha, const T* x,  \
-                                                  const T* y, T* a, QOR_L2_I lda) {                          \
+  QOR_L2_DEF(qor_blas_def_x##t##r2##_kernel, (const char* uplo, QOR_L2_I n, const T* alpha, const T* x,  \
+                                                  const T* y, T* a, QOR_L2_I lda), (uplo, n, alpha, x, y, a, lda)) {                          \
     if (lower_of(uplo)) {                                                                                     \
       syr2_kernel<T, H, true>(*n, *alpha, x, y, full(a, lda));                                                \
     } else {                                                                                                  \
       syr2_kernel<T, H, false>(*n, *alpha, x, y, full(a, lda));                                               \
     }                                                                                                         \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##p2(const char* uplo, QOR_L2_I n, const T* alpha, const T* x,           \
-                                         QOR_L2_I incx, const T* y, QOR_L2_I incy, T* ap) {                  \
+  QOR_L2_DEF(qor_blas_def_x##t##p2, (const char* uplo, QOR_L2_I n, const T* alpha, const T* x,           \
+                                         QOR_L2_I incx, const T* y, QOR_L2_I incy, T* ap), (uplo, n, alpha, x, incx, y, incy, ap)) {                  \
     if (lower_of(uplo)) {                                                                                     \
       syr2_entry<T, H, true>(*n, *alpha, x, *incx, y, *incy, packed_l(ap, *n));                               \
     } else {                                                                                                  \
       syr2_entry<T, H, false>(*n, *alpha, x, *incx, y, *incy, packed_u(ap));                                  \
     }                                                                                                         \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##p2##_kernel_l(QOR_L2_I n, const T* alpha, const T* x, const T* y,      \
-                                                    T* ap) {                                                 \
+  QOR_L2_DEF(qor_blas_def_x##t##p2##_kernel_l, (QOR_L2_I n, const T* alpha, const T* x, const T* y,      \
+                                                    T* ap), (n, alpha, x, y, ap)) {                                                 \
     syr2_kernel<T, H, true>(*n, *alpha, x, y, packed_l(ap, *n));                                              \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##p2##_kernel_u(QOR_L2_I n, const T* alpha, const T* x, const T* y,      \
-                                                    T* ap) {                                                 \
+  QOR_L2_DEF(qor_blas_def_x##t##p2##_kernel_u, (QOR_L2_I n, const T* alpha, const T* x, const T* y,      \
+                                                    T* ap), (n, alpha, x, y, ap)) {                                                 \
     syr2_kernel<T, H, false>(*n, *alpha, x, y, packed_u(ap));                                                 \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##p2##_kernel(const char* uplo, QOR_L2_I n, const T* alpha, const T* x,  \
-                                                  const T* y, T* ap) {                                       \
+  QOR_L2_DEF(qor_blas_def_x##t##p2##_kernel, (const char* uplo, QOR_L2_I n, const T* alpha, const T* x,  \
+                                                  const T* y, T* ap), (uplo, n, alpha, x, y, ap)) {                                       \
     if (lower_of(uplo)) {                                                                                     \
       syr2_kernel<T, H, true>(*n, *alpha, x, y, packed_l(ap, *n));                                            \
     } else {                                                                                                  \

@@ -14,7 +14,7 @@
 #include "blas/level2/layout.h"
 
 namespace l2 = qor::QOR_ISA_NAME::l2;
-namespace l2c = qor::l2c;
+namespace l2c = qor::QOR_ISA_NAME::l2c;
 using l2::i64;
 
 namespace {
@@ -268,78 +268,78 @@ void tb_entry(bool lower, char op, bool unit, i64 n, i64 k, const T* a, i64 lda,
 }  // namespace
 
 #define QOR_L2_TRK_DEF(t, T, sfx, lo, op)                                                                     \
-  QOR_DEF_API void qor_blas_def_x##t##trmv_kernel_##sfx(const char* diag, QOR_L2_I n, const T* a,            \
-                                                        QOR_L2_I lda, T* x) {                                \
+  QOR_L2_DEF(qor_blas_def_x##t##trmv_kernel_##sfx, (const char* diag, QOR_L2_I n, const T* a,            \
+                                                        QOR_L2_I lda, T* x), (diag, n, a, lda, x)) {                                \
     tr_kernel_for<T, false>(lo, op, unit_of(diag), *n, full(a, *lda), x, 1);                                  \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##trsv_kernel_##sfx(const char* diag, QOR_L2_I n, const T* a,            \
-                                                        QOR_L2_I lda, T* x) {                                \
+  QOR_L2_DEF(qor_blas_def_x##t##trsv_kernel_##sfx, (const char* diag, QOR_L2_I n, const T* a,            \
+                                                        QOR_L2_I lda, T* x), (diag, n, a, lda, x)) {                                \
     tr_kernel_for<T, true>(lo, op, unit_of(diag), *n, full(a, *lda), x, 1);                                   \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##tpmv_kernel_##sfx(const char* diag, QOR_L2_I n, const T* ap, T* x) {   \
+  QOR_L2_DEF(qor_blas_def_x##t##tpmv_kernel_##sfx, (const char* diag, QOR_L2_I n, const T* ap, T* x), (diag, n, ap, x)) {   \
     tp_kernel<T, false>(lo, op, unit_of(diag), *n, ap, x);                                                    \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##tpsv_kernel_##sfx(const char* diag, QOR_L2_I n, const T* ap, T* x) {   \
+  QOR_L2_DEF(qor_blas_def_x##t##tpsv_kernel_##sfx, (const char* diag, QOR_L2_I n, const T* ap, T* x), (diag, n, ap, x)) {   \
     tp_kernel<T, true>(lo, op, unit_of(diag), *n, ap, x);                                                     \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##tbmv_kernel_##sfx(const char* diag, QOR_L2_I n, QOR_L2_I k,            \
-                                                        const T* a, QOR_L2_I lda, T* x, QOR_L2_I incx) {     \
+  QOR_L2_DEF(qor_blas_def_x##t##tbmv_kernel_##sfx, (const char* diag, QOR_L2_I n, QOR_L2_I k,            \
+                                                        const T* a, QOR_L2_I lda, T* x, QOR_L2_I incx), (diag, n, k, a, lda, x, incx)) {     \
     tb_kernel<T, false>(lo, op, unit_of(diag), *n, *k, a, *lda, x, *incx);                                    \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##tbsv_kernel_##sfx(const char* diag, QOR_L2_I n, QOR_L2_I k,            \
-                                                        const T* a, QOR_L2_I lda, T* x, QOR_L2_I incx) {     \
+  QOR_L2_DEF(qor_blas_def_x##t##tbsv_kernel_##sfx, (const char* diag, QOR_L2_I n, QOR_L2_I k,            \
+                                                        const T* a, QOR_L2_I lda, T* x, QOR_L2_I incx), (diag, n, k, a, lda, x, incx)) {     \
     tb_kernel<T, true>(lo, op, unit_of(diag), *n, *k, a, *lda, x, *incx);                                     \
   }
 
 #define QOR_L2_TR_DEF(t, T)                                                                                   \
-  QOR_DEF_API void qor_blas_def_x##t##trmv(const char* uplo, const char* trans, const char* diag, QOR_L2_I n, \
-                                           const T* a, QOR_L2_I lda, T* x, QOR_L2_I incx) {                  \
+  QOR_L2_DEF(qor_blas_def_x##t##trmv, (const char* uplo, const char* trans, const char* diag, QOR_L2_I n, \
+                                           const T* a, QOR_L2_I lda, T* x, QOR_L2_I incx), (uplo, trans, diag, n, a, lda, x, incx)) {                  \
     tr_entry<T, false>(lower_of(uplo), op_of<T>(trans), unit_of(diag), *n, full(a, *lda), x, *incx);          \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##trmv_kernel(const char* uplo, const char* trans, const char* diag,     \
-                                                  QOR_L2_I n, const T* a, QOR_L2_I lda, T* x) {              \
+  QOR_L2_DEF(qor_blas_def_x##t##trmv_kernel, (const char* uplo, const char* trans, const char* diag,     \
+                                                  QOR_L2_I n, const T* a, QOR_L2_I lda, T* x), (uplo, trans, diag, n, a, lda, x)) {              \
     tr_kernel_for<T, false>(lower_of(uplo), op_of<T>(trans), unit_of(diag), *n, full(a, *lda), x, 1);         \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##trsv(const char* uplo, const char* trans, const char* diag, QOR_L2_I n, \
-                                           const T* a, QOR_L2_I lda, T* x, QOR_L2_I incx) {                  \
+  QOR_L2_DEF(qor_blas_def_x##t##trsv, (const char* uplo, const char* trans, const char* diag, QOR_L2_I n, \
+                                           const T* a, QOR_L2_I lda, T* x, QOR_L2_I incx), (uplo, trans, diag, n, a, lda, x, incx)) {                  \
     tr_entry<T, true>(lower_of(uplo), op_of<T>(trans), unit_of(diag), *n, full(a, *lda), x, *incx);           \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##trsv_kernel(const char* uplo, const char* trans, const char* diag,     \
-                                                  QOR_L2_I n, const T* a, QOR_L2_I lda, T* x) {              \
+  QOR_L2_DEF(qor_blas_def_x##t##trsv_kernel, (const char* uplo, const char* trans, const char* diag,     \
+                                                  QOR_L2_I n, const T* a, QOR_L2_I lda, T* x), (uplo, trans, diag, n, a, lda, x)) {              \
     tr_kernel_for<T, true>(lower_of(uplo), op_of<T>(trans), unit_of(diag), *n, full(a, *lda), x, 1);          \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##tpmv(const char* uplo, const char* trans, const char* diag, QOR_L2_I n, \
-                                           const T* ap, T* x, QOR_L2_I incx) {                               \
+  QOR_L2_DEF(qor_blas_def_x##t##tpmv, (const char* uplo, const char* trans, const char* diag, QOR_L2_I n, \
+                                           const T* ap, T* x, QOR_L2_I incx), (uplo, trans, diag, n, ap, x, incx)) {                               \
     tp_entry<T, false>(lower_of(uplo), op_of<T>(trans), unit_of(diag), *n, ap, x, *incx);                     \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##tpmv_kernel(const char* uplo, const char* trans, const char* diag,     \
-                                                  QOR_L2_I n, const T* ap, T* x) {                           \
+  QOR_L2_DEF(qor_blas_def_x##t##tpmv_kernel, (const char* uplo, const char* trans, const char* diag,     \
+                                                  QOR_L2_I n, const T* ap, T* x), (uplo, trans, diag, n, ap, x)) {                           \
     tp_kernel<T, false>(lower_of(uplo), op_of<T>(trans), unit_of(diag), *n, ap, x);                           \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##tpsv(const char* uplo, const char* trans, const char* diag, QOR_L2_I n, \
-                                           const T* ap, T* x, QOR_L2_I incx) {                               \
+  QOR_L2_DEF(qor_blas_def_x##t##tpsv, (const char* uplo, const char* trans, const char* diag, QOR_L2_I n, \
+                                           const T* ap, T* x, QOR_L2_I incx), (uplo, trans, diag, n, ap, x, incx)) {                               \
     tp_entry<T, true>(lower_of(uplo), op_of<T>(trans), unit_of(diag), *n, ap, x, *incx);                      \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##tpsv_kernel(const char* uplo, const char* trans, const char* diag,     \
-                                                  QOR_L2_I n, const T* ap, T* x) {                           \
+  QOR_L2_DEF(qor_blas_def_x##t##tpsv_kernel, (const char* uplo, const char* trans, const char* diag,     \
+                                                  QOR_L2_I n, const T* ap, T* x), (uplo, trans, diag, n, ap, x)) {                           \
     tp_kernel<T, true>(lower_of(uplo), op_of<T>(trans), unit_of(diag), *n, ap, x);                            \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##tbmv(const char* uplo, const char* trans, const char* diag, QOR_L2_I n, \
-                                           QOR_L2_I k, const T* a, QOR_L2_I lda, T* x, QOR_L2_I incx) {      \
+  QOR_L2_DEF(qor_blas_def_x##t##tbmv, (const char* uplo, const char* trans, const char* diag, QOR_L2_I n, \
+                                           QOR_L2_I k, const T* a, QOR_L2_I lda, T* x, QOR_L2_I incx), (uplo, trans, diag, n, k, a, lda, x, incx)) {      \
     tb_entry<T, false>(lower_of(uplo), op_of<T>(trans), unit_of(diag), *n, *k, a, *lda, x, *incx);            \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##tbmv_kernel(const char* uplo, const char* trans, const char* diag,     \
+  QOR_L2_DEF(qor_blas_def_x##t##tbmv_kernel, (const char* uplo, const char* trans, const char* diag,     \
                                                   QOR_L2_I n, QOR_L2_I k, const T* a, QOR_L2_I lda, T* x,    \
-                                                  QOR_L2_I incx) {                                           \
+                                                  QOR_L2_I incx), (uplo, trans, diag, n, k, a, lda, x, incx)) {                                           \
     tb_kernel<T, false>(lower_of(uplo), op_of<T>(trans), unit_of(diag), *n, *k, a, *lda, x, *incx);           \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##tbsv(const char* uplo, const char* trans, const char* diag, QOR_L2_I n, \
-                                           QOR_L2_I k, const T* a, QOR_L2_I lda, T* x, QOR_L2_I incx) {      \
+  QOR_L2_DEF(qor_blas_def_x##t##tbsv, (const char* uplo, const char* trans, const char* diag, QOR_L2_I n, \
+                                           QOR_L2_I k, const T* a, QOR_L2_I lda, T* x, QOR_L2_I incx), (uplo, trans, diag, n, k, a, lda, x, incx)) {      \
     tb_entry<T, true>(lower_of(uplo), op_of<T>(trans), unit_of(diag), *n, *k, a, *lda, x, *incx);             \
   }                                                                                                           \
-  QOR_DEF_API void qor_blas_def_x##t##tbsv_kernel(const char* uplo, const char* trans, const char* diag,     \
+  QOR_L2_DEF(qor_blas_def_x##t##tbsv_kernel, (const char* uplo, const char* trans, const char* diag,     \
                                                   QOR_L2_I n, QOR_L2_I k, const T* a, QOR_L2_I lda, T* x,    \
-                                                  QOR_L2_I incx) {                                           \
+                                                  QOR_L2_I incx), (uplo, trans, diag, n, k, a, lda, x, incx)) {                                           \
     tb_kernel<T, true>(lower_of(uplo), op_of<T>(trans), unit_of(diag), *n, *k, a, *lda, x, *incx);            \
   }                                                                                                           \
   QOR_L2_TRK_DEF(t, T, ln, true, 'N')                                                                         \
