@@ -190,6 +190,49 @@ TEST(DgemmStubs, TheThreadedMembersInterfaceIsEmpty) {
     EXPECT_EQ(fn<int()>((std::string("qor_blas_def_get_") + v + "kernel_api_version").c_str())(), 1) << v;
 }
 
+// The bodies no entry reaches here (the other Barcelona forms and the
+// many-thread twin of the tuned body) are exported for the core: each is
+// called straight and checked against the reference.
+TEST(DgemmBodies, EveryExportedBodyComputesTheProduct) {
+  struct Body {
+    const char* name;
+    int path;  // the class whose instructions it needs
+  };
+  const Body bodies[] = {{"qor_blas_def_xdgemm0_brc", QOR_CPU_PATH_BARCELONA},
+                         {"qor_blas_def_xdgemm0_0_brc", QOR_CPU_PATH_BARCELONA},
+                         {"qor_blas_def_xdgemm0_1_brc", QOR_CPU_PATH_BARCELONA},
+                         {"qor_blas_def_xdgemm1_0_brc", QOR_CPU_PATH_BARCELONA},
+                         {"qor_blas_def_xdgemm1_1_brc", QOR_CPU_PATH_BARCELONA},
+                         {"qor_blas_def_xdgemm_bdz", QOR_CPU_PATH_BULLDOZER},
+                         {"qor_blas_def_xdgemm_hi_thr_bdz", QOR_CPU_PATH_BULLDOZER}};
+  struct Shape {
+    char ta, tb;
+    i64 m, n, k;
+  };
+  const Shape shapes[] = {{'N', 'N', 37, 29, 300}, {'t', 'N', 13, 6, 7},  {'N', 't', 5, 9, 513},
+                          {'T', 'T', 130, 389, 20}, {'N', 'N', 2, 3, 9},  {'T', 'N', 254, 7, 129}};
+  qor::test::Rng rng(5);
+  for (const Body& body : bodies) {
+    if (!qor_cpu_path_supported(body.path)) continue;
+    auto* f = fn<decltype(qor_blas_def_xdgemm)>(body.name);
+    for (const Shape& s : shapes) {
+      const bool na = (s.ta & 0xDF) == 'N', nb = (s.tb & 0xDF) == 'N';
+      Mat<double> A(na ? s.m : s.k, na ? s.k : s.m, (na ? s.m : s.k) + 1);
+      Mat<double> B(nb ? s.k : s.n, nb ? s.n : s.k, (nb ? s.k : s.n) + 2);
+      Mat<double> C(s.m, s.n, s.m + 1, 1);
+      A.fill(rng);
+      B.fill(rng);
+      C.fill(rng);
+      const Mat<double> C0 = C;
+      const double alpha = -0.75, beta = 1.5;
+      qor::test::AllocWatch watch;
+      f(&s.ta, &s.tb, &s.m, &s.n, &s.k, &alpha, A.p(), &A.ld, B.p(), &B.ld, &beta, C.p(), &C.ld);
+      ASSERT_EQ(gemm_test::check_gemm<double>(s.ta, s.tb, s.m, s.n, s.k, alpha, A, B, beta, C0, C), "")
+          << body.name << " " << s.ta << s.tb << " " << s.m << "x" << s.n << "x" << s.k;
+    }
+  }
+}
+
 // ---- Public interfaces --------------------------------------------------------
 
 // The argument number of the one argument error reported, or 0.
