@@ -64,9 +64,11 @@ QV_INLINE void bfly_row(const R* s, R* d, i64 Q, i64 js, i64 ks, const typename 
   }
 }
 
-// First step of a single transform: one column, vectorised across p.
+// First step of a single transform: one column, vectorised across p. With
+// `twd`, the twiddles also come as a table of real parts and one of
+// imaginary parts, each value twice, which loads per lane without shuffles.
 template <int P, bool INV, class R>
-void step_first(const R* src, R* dst, int m, const R* tw) {
+void step_first(const R* src, R* dst, int m, const R* tw, const R* twd) {
   using W = typename VecSet<R>::W;
   using O = typename VecSet<R>::O;
   int p = 0;
@@ -74,12 +76,18 @@ void step_first(const R* src, R* dst, int m, const R* tw) {
     W a[P];
     sfor<0, P>([&](auto j) __attribute__((always_inline)) { a[j] = W::load(src + 2 * (p + j * i64{m})); });
     Dft<P, INV, W>::run(a);
-    if (tw != nullptr)
+    if (twd != nullptr) {
+      const R* ti = twd + 2 * i64{P - 1} * m;
+      sfor<1, P>([&](auto k) __attribute__((always_inline)) {
+        const i64 at = 2 * ((k - 1) * i64{m} + p);
+        a[k] = cmul(a[k], Tw<W>::dup(twd + at, ti + at, INV));
+      });
+    } else if (tw != nullptr) {
       sfor<1, P>([&](auto k) __attribute__((always_inline)) {
         a[k] = cmul(a[k], Tw<W>::lanes(tw + 2 * ((k - 1) * i64{m} + p), INV));
       });
-    for (int l = 0; l < W::N; ++l)
-      sfor<0, P>([&](auto k) __attribute__((always_inline)) { a[k].store_lane(dst + 2 * (i64{P} * (p + l) + k), l); });
+    }
+    store_transposed<P>(a, dst + 2 * (i64{P} * p));
   }
   for (; p < m; ++p) {
     O a[P];
@@ -106,7 +114,7 @@ void step_fixed(const R* src, R* dst, const Step& st) {
     sl = 1;
   }
   if (W::N > 1 && Q == 1 && sl == 1 && is == 1 && os == 1 && m >= W::N) {
-    step_first<P, INV>(src, dst, m, tw);
+    step_first<P, INV>(src, dst, m, tw, static_cast<const R*>(st.twd));
     return;
   }
   const i64 js = is * sl * m, ks = os * sl;
@@ -251,9 +259,14 @@ QV_INLINE bool run_outord(R* data, const Step& st) {
   }
 }
 
+// The first record of a plan keeps its twiddles also in the per-lane form
+// (real parts, then imaginary parts, each twice) right after its table.
 template <bool INV, class R>
-QV_INLINE void record_step(const Record& rc, const R* src, R* dst, i64 sl, i64 Q, i64 is, i64 os) {
-  Step st{rc.factor, rc.rest, sl, Q, is, os, rc.twiddle, rc.direct};
+QV_INLINE void record_step(const Record& rc, const R* src, R* dst, i64 sl, i64 Q, i64 is, i64 os, bool first = false) {
+  const void* twd = first && rc.twiddle != nullptr
+                        ? static_cast<const R*>(rc.twiddle) + 2 * i64{rc.factor - 1} * rc.rest
+                        : nullptr;
+  Step st{rc.factor, rc.rest, sl, Q, is, os, rc.twiddle, rc.direct, twd};
   run_step<INV>(src, dst, st);
 }
 
@@ -275,13 +288,13 @@ void run_plan(const StepPlan& pl, const R* in, R* out, R* work) {
     for (int i = 0; i < g; ++i) {
       R* target = ((g - 1 - i) & 1) == 0 ? last : other;
       const i64 s = rec[i].stride;
-      record_step<INV>(rec[i], cur, target, 1, s, s, s);
+      record_step<INV>(rec[i], cur, target, 1, s, s, s, i == 0);
       cur = target;
     }
   }
   const i64 S = rec[g].stride;
   if (n - g == 1) {
-    record_step<INV>(rec[g], cur, out, 1, S, S, S);
+    record_step<INV>(rec[g], cur, out, 1, S, S, S, g == 0);
     return;
   }
   const i64 len = i64{rec[g].factor} * rec[g].rest;
@@ -289,7 +302,7 @@ void run_plan(const StepPlan& pl, const R* in, R* out, R* work) {
   R* B = A + 2 * pl.width * len;
   for (i64 q0 = 0; q0 < S; q0 += pl.width) {
     const i64 Q = q0 + pl.width <= S ? pl.width : S - q0;
-    record_step<INV>(rec[g], cur + 2 * q0, A, 1, Q, S, Q);
+    record_step<INV>(rec[g], cur + 2 * q0, A, 1, Q, S, Q, g == 0);
     R* a = A;
     R* b = B;
     for (int i = g + 1; i < n - 1; ++i) {
@@ -372,7 +385,7 @@ void exec_dft(const ::qor::dft::DftSpec* spec, const R* in, R* out, R* work, boo
       else dfte::run_plan<false>(plan_of(spec), in, out, work);
       break;
     case kDirect: {
-      Step st{L, 1, 1, 1, 1, 1, nullptr, spec->direct_table};
+      Step st{L, 1, 1, 1, 1, 1, nullptr, spec->direct_table, nullptr};
       if (inv) dfte::step_generic<true>(in, out, st);
       else dfte::step_generic<false>(in, out, st);
       break;

@@ -18,6 +18,7 @@ struct Step {
   i64 os;
   const void* tw;   // null: no twiddles
   const void* tab;  // roots of unity of r, for radices without their own kernel
+  const void* twd = nullptr;  // first step only: the twiddles as real and imaginary parts, each twice
 };
 
 // True when the Zen-class body is to run (asked of the core on each call).

@@ -123,7 +123,7 @@ int check_step(int kind, int radix, bool prime, const qor_zups_step* st, Step* o
   const void* tw = prime ? nullptr : st->twiddle;
   if (!prime && st->rest > 1 && tw == nullptr) return kNullPtr;
   *out = Step{r, st->rest, st->count, kind == kStep ? st->width : 1, kind == kStep ? st->in_stride : 1,
-              kind == kStep ? st->out_stride : 1, tw, st->table};
+              kind == kStep ? st->out_stride : 1, tw, st->table, nullptr};
   return kOk;
 }
 

@@ -72,17 +72,20 @@ bool has_kernel(int r) {
 }
 bool cheap_last(int r) { return r >= 2 && r <= 7; }
 
-// Columns per block of the grouped steps: the block of `len` elements
-// times the width should stay within a few tens of kilobytes.
+// Columns per block of the grouped steps. A block of `len` rows should
+// stay within the first-level cache (4096 double complex elements) when it
+// can; longer transforms take the fewest columns that still fill cache lines
+// (4 double or 8 single complex), which keeps two blocks in the second level.
 i64 block_width(i64 columns, i64 len, int elem_bytes) {
-  const i64 budget = (elem_bytes == 16 ? 4096 : 8192);
+  const i64 budget = 65536 / elem_bytes, least = 64 / elem_bytes;
   if (columns * len <= budget) return columns;
   i64 w = budget / len;
-  if (w >= 8) w &= ~i64{7};
-  else if (w >= 4) w = 4;
-  if (w < 1) w = 1;
+  w = w < least ? least : (w / least) * least;
   return w < columns ? w : columns;
 }
+// Longest transform run per column block: two blocks of the narrowest
+// width fit the second-level cache.
+i64 group_length(int elem_bytes) { return (i64{1} << 19) / (4 * i64{elem_bytes}); }
 
 // Records, twiddles and direct tables of a step plan over `count` factors
 // of n; base is the table of n roots (only read when building).
@@ -95,14 +98,22 @@ void build_records(const int* factors, int count, i64 n, Region& sr, const doubl
     const i64 rest = n / (stride * f);
     void* tw = nullptr;
     if (rest > 1) {
-      tw = sr.take(i64{f - 1} * rest * 2 * static_cast<i64>(sizeof(R)));
+      // The first record also keeps the per-lane form: real parts twice,
+      // then imaginary parts twice.
+      const i64 count = i64{f - 1} * rest;
+      tw = sr.take((i == 0 ? 3 : 1) * count * 2 * static_cast<i64>(sizeof(R)));
       if (fill) {
         R* t = static_cast<R*>(tw);
         for (int k = 1; k < f; ++k)
           for (i64 p = 0; p < rest; ++p) {
             const i64 idx = p * k * stride;  // below n
-            t[2 * ((k - 1) * rest + p)] = static_cast<R>(base[2 * idx]);
-            t[2 * ((k - 1) * rest + p) + 1] = static_cast<R>(base[2 * idx + 1]);
+            const i64 at = 2 * ((k - 1) * rest + p);
+            t[at] = static_cast<R>(base[2 * idx]);
+            t[at + 1] = static_cast<R>(base[2 * idx + 1]);
+            if (i == 0) {
+              t[2 * count + at] = t[2 * count + at + 1] = t[at];
+              t[4 * count + at] = t[4 * count + at + 1] = t[at + 1];
+            }
           }
       }
     }
@@ -129,12 +140,12 @@ void build_records(const int* factors, int count, i64 n, Region& sr, const doubl
 }
 
 // Where the grouped steps start: the first record whose transform length
-// (factor times rest) is at most 500; at least 501 ends a level of steps
-// that run over the whole array.
-int group_start(const int* factors, int count, i64 n) {
+// (factor times rest) is short enough for a column block in cache. Records
+// before it end a level each and run over the whole array.
+int group_start(const int* factors, int count, i64 n, int elem_bytes) {
   i64 len = n;
   for (int i = 0; i < count; ++i) {
-    if (len <= 500) return i;
+    if (len <= group_length(elem_bytes)) return i;
     len /= factors[i];
   }
   return count - 1;
@@ -146,23 +157,15 @@ void set_scale(int flag, i64 n, std::int32_t* fwd, std::int32_t* inv, double* sc
   *scale = flag == 4 ? 1.0 / std::sqrt(static_cast<double>(n)) : (flag == 8 ? 1.0 : 1.0 / static_cast<double>(n));
 }
 
-// Radices of the power-of-two engine: a first step of 4 or 8 chosen by
-// the order, fours after it, and an 8 last when the bits left are odd.
+// Radices of the power-of-two engine: eights, which do the most work per
+// load and store that the registers allow, and one or two fours when the
+// order is not a multiple of three. The fours come last, where the final
+// step has no twiddles.
 int pow2_radices(int order, int* r) {
-  const int first = (order == 10 || order == 4 || order == 5 || order == 7 || order == 8) ? 2 : 3;
+  const int fours = order % 3 == 2 ? 1 : (order % 3 == 1 ? 2 : 0);
   int count = 0;
-  r[count++] = 1 << first;
-  int left = order - first;
-  while (left >= 2) {
-    if (left == 3) {
-      r[count++] = 8;
-      left = 0;
-      break;
-    }
-    r[count++] = 4;
-    left -= 2;
-  }
-  if (left == 1) r[count++] = 2;
+  for (int left = order - 2 * fours; left > 0; left -= 3) r[count++] = 8;
+  for (int i = 0; i < fours; ++i) r[count++] = 4;
   return count;
 }
 
@@ -251,7 +254,7 @@ int build_fft(int order, int flag, int hint, bool split, std::uint8_t* spec_mem,
   if (order > 5) {
     int fac[32];
     const int count = pow2_radices(order, fac);
-    const int g = group_start(fac, count, n);
+    const int g = group_start(fac, count, n, 2 * sizeof(R));
     auto* base = static_cast<double*>(ir.take(n * 16));
     if (fill) make_roots(base, n);
     auto* rec = static_cast<Record*>(sr.take(count * i64{sizeof(Record)}));
@@ -336,7 +339,7 @@ int build_dft(int length, int flag, int hint, bool split, std::uint8_t* spec_mem
   if (count > 0) {
     if (count > kMaxRecords) return finish(kBadSize);
     build_records<R>(fac, count, L, sr, base, fill, fill ? s->rec : nullptr);
-    const int g = group_start(fac, count, L);
+    const int g = group_start(fac, count, L, static_cast<int>(ebytes));
     i64 stride = 1;
     for (int i = 0; i < g; ++i) stride *= fac[i];
     const i64 width = block_width(stride, L / stride, static_cast<int>(ebytes));

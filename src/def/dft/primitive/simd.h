@@ -57,6 +57,15 @@ QV_INLINE D1 rotp(D1 a) { return {_mm_xor_pd(_mm_shuffle_pd(a.v, a.v, 1), _mm_se
 struct D1T {
   __m128d re, im;
 };
+// Twiddle from a real part and an imaginary part, each already in every
+// lane position it is needed (re = (c, c), im = (s, s)).
+QV_INLINE D1T d1t_from(__m128d re, __m128d im, bool conj) {
+  if (conj) im = _mm_xor_pd(im, _mm_set1_pd(-0.0));
+#if !defined(__FMA__)
+  im = _mm_xor_pd(im, _mm_set_pd(0.0, -0.0));
+#endif
+  return {re, im};
+}
 // Twiddle (c, s) as a multiplier; conj gives (c, -s).
 QV_INLINE D1T d1t_make(__m128d w, bool conj) {
   __m128d re = _mm_unpacklo_pd(w, w);
@@ -125,6 +134,13 @@ QV_INLINE F1 fmar(F1 acc, F1 a, float c) { return {fmar(F2{acc.v}, F2{a.v}, c).v
 struct F2T {
   __m128 re, im;
 };
+QV_INLINE F2T f2t_from(__m128 re, __m128 im, bool conj) {
+  if (conj) im = _mm_xor_ps(im, _mm_set1_ps(-0.f));
+#if !defined(__FMA__)
+  im = _mm_xor_ps(im, _mm_set_ps(0.f, -0.f, 0.f, -0.f));
+#endif
+  return {re, im};
+}
 QV_INLINE F2T f2t_make(__m128 w, bool conj) {
   __m128 re = _mm_shuffle_ps(w, w, _MM_SHUFFLE(2, 2, 0, 0));
   __m128 im = _mm_shuffle_ps(w, w, _MM_SHUFFLE(3, 3, 1, 1));
@@ -226,16 +242,23 @@ QV_INLINE F4 cmul(F4 a, F4T t) {
 template <class T> struct Tw;
 template <> struct Tw<D1> {
   using type = D1T;
-  static QV_INLINE D1T bcast(const double* p, bool conj) { return d1t_make(_mm_loadu_pd(p), conj); }
+  static QV_INLINE D1T bcast(const double* p, bool conj) {
+    return d1t_from(_mm_load1_pd(p), _mm_load1_pd(p + 1), conj);
+  }
   static QV_INLINE D1T lanes(const double* p, bool conj) { return bcast(p, conj); }
+  static QV_INLINE D1T dup(const double* re, const double* im, bool conj) {
+    return d1t_from(_mm_loadu_pd(re), _mm_loadu_pd(im), conj);
+  }
   static QV_INLINE D1T cst(double c, double s) { return d1t_make(_mm_set_pd(s, c), false); }
 };
 template <> struct Tw<F1> {
   using type = F2T;
-  static QV_INLINE F2T bcast(const float* p, bool conj) {
-    return f2t_make(_mm_castpd_ps(_mm_load1_pd(reinterpret_cast<const double*>(p))), conj);
-  }
+  static QV_INLINE F2T bcast(const float* p, bool conj) { return f2t_from(_mm_load1_ps(p), _mm_load1_ps(p + 1), conj); }
   static QV_INLINE F2T lanes(const float* p, bool conj) { return bcast(p, conj); }
+  static QV_INLINE F2T dup(const float* re, const float* im, bool conj) {
+    return f2t_from(_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(re))),
+                    _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(im))), conj);
+  }
   static QV_INLINE F2T cst(float c, float s) { return f2t_make(_mm_set_ps(s, c, s, c), false); }
 };
 template <> struct Tw<F2> {
@@ -243,12 +266,22 @@ template <> struct Tw<F2> {
   static QV_INLINE F2T bcast(const float* p, bool conj) { return Tw<F1>::bcast(p, conj); }
   static QV_INLINE F2T lanes(const float* p, bool conj) { return f2t_make(_mm_loadu_ps(p), conj); }
   static QV_INLINE F2T cst(float c, float s) { return Tw<F1>::cst(c, s); }
+  static QV_INLINE F2T dup(const float* re, const float* im, bool conj) {
+    return f2t_from(_mm_loadu_ps(re), _mm_loadu_ps(im), conj);
+  }
 };
 #if defined(__AVX2__)
 template <> struct Tw<D2> {
   using type = D2T;
   static QV_INLINE D2T bcast(const double* p, bool conj) {
-    return d2t_make(_mm256_broadcast_pd(reinterpret_cast<const __m128d*>(p)), conj);
+    __m256d im = _mm256_broadcast_sd(p + 1);
+    if (conj) im = _mm256_xor_pd(im, _mm256_set1_pd(-0.0));
+    return {_mm256_broadcast_sd(p), im};
+  }
+  static QV_INLINE D2T dup(const double* re, const double* im, bool conj) {
+    __m256d i = _mm256_loadu_pd(im);
+    if (conj) i = _mm256_xor_pd(i, _mm256_set1_pd(-0.0));
+    return {_mm256_loadu_pd(re), i};
   }
   static QV_INLINE D2T lanes(const double* p, bool conj) { return d2t_make(_mm256_loadu_pd(p), conj); }
   static QV_INLINE D2T cst(double c, double s) { return d2t_make(_mm256_set_pd(s, c, s, c), false); }
@@ -256,11 +289,71 @@ template <> struct Tw<D2> {
 template <> struct Tw<F4> {
   using type = F4T;
   static QV_INLINE F4T bcast(const float* p, bool conj) {
-    return f4t_make(_mm256_castpd_ps(_mm256_broadcast_sd(reinterpret_cast<const double*>(p))), conj);
+    __m256 im = _mm256_broadcast_ss(p + 1);
+    if (conj) im = _mm256_xor_ps(im, _mm256_set1_ps(-0.f));
+    return {_mm256_broadcast_ss(p), im};
+  }
+  static QV_INLINE F4T dup(const float* re, const float* im, bool conj) {
+    __m256 i = _mm256_loadu_ps(im);
+    if (conj) i = _mm256_xor_ps(i, _mm256_set1_ps(-0.f));
+    return {_mm256_loadu_ps(re), i};
   }
   static QV_INLINE F4T lanes(const float* p, bool conj) { return f4t_make(_mm256_loadu_ps(p), conj); }
   static QV_INLINE F4T cst(float c, float s) { return f4t_make(_mm256_set_ps(s, c, s, c, s, c, s, c), false); }
 };
+#endif
+
+// ---- transposing stores of the first step ----------------------------------------
+// a[k] holds output k of N consecutive columns p..p+N-1 (one per lane); the
+// outputs of column p+l go to dst[P*l + k]. Pairs (or fours) of k are put
+// together with shuffles so that whole vectors are stored.
+template <int P, class T, class R>
+QV_INLINE void store_transposed(const T* a, R* dst) {
+  for (int l = 0; l < T::N; ++l)
+    for (int k = 0; k < P; ++k) a[k].store_lane(dst + 2 * (P * l + k), l);
+}
+template <int P>
+QV_INLINE void store_transposed(const F2* a, float* dst) {
+  int k = 0;
+  for (; k + 1 < P; k += 2) {
+    _mm_storeu_ps(dst + 2 * k, _mm_movelh_ps(a[k].v, a[k + 1].v));
+    _mm_storeu_ps(dst + 2 * (P + k), _mm_movehl_ps(a[k + 1].v, a[k].v));
+  }
+  for (; k < P; ++k) {
+    a[k].store_lane(dst + 2 * k, 0);
+    a[k].store_lane(dst + 2 * (P + k), 1);
+  }
+}
+#if defined(__AVX2__)
+template <int P>
+QV_INLINE void store_transposed(const D2* a, double* dst) {
+  int k = 0;
+  for (; k + 1 < P; k += 2) {
+    _mm256_storeu_pd(dst + 2 * k, _mm256_permute2f128_pd(a[k].v, a[k + 1].v, 0x20));
+    _mm256_storeu_pd(dst + 2 * (P + k), _mm256_permute2f128_pd(a[k].v, a[k + 1].v, 0x31));
+  }
+  for (; k < P; ++k) {
+    a[k].store_lane(dst + 2 * k, 0);
+    a[k].store_lane(dst + 2 * (P + k), 1);
+  }
+}
+template <int P>
+QV_INLINE void store_transposed(const F4* a, float* dst) {
+  int k = 0;
+  for (; k + 3 < P; k += 4) {
+    // complex floats as 64-bit lanes: a 4 x 4 transpose
+    const __m256d a0 = _mm256_castps_pd(a[k].v), a1 = _mm256_castps_pd(a[k + 1].v);
+    const __m256d a2 = _mm256_castps_pd(a[k + 2].v), a3 = _mm256_castps_pd(a[k + 3].v);
+    const __m256d t0 = _mm256_unpacklo_pd(a0, a1), t1 = _mm256_unpackhi_pd(a0, a1);
+    const __m256d t2 = _mm256_unpacklo_pd(a2, a3), t3 = _mm256_unpackhi_pd(a2, a3);
+    _mm256_storeu_pd(reinterpret_cast<double*>(dst + 2 * k), _mm256_permute2f128_pd(t0, t2, 0x20));
+    _mm256_storeu_pd(reinterpret_cast<double*>(dst + 2 * (P + k)), _mm256_permute2f128_pd(t1, t3, 0x20));
+    _mm256_storeu_pd(reinterpret_cast<double*>(dst + 2 * (2 * P + k)), _mm256_permute2f128_pd(t0, t2, 0x31));
+    _mm256_storeu_pd(reinterpret_cast<double*>(dst + 2 * (3 * P + k)), _mm256_permute2f128_pd(t1, t3, 0x31));
+  }
+  for (; k < P; ++k)
+    for (int l = 0; l < 4; ++l) a[k].store_lane(dst + 2 * (P * l + k), l);
+}
 #endif
 
 // ---- scalar complex and split complex ---------------------------------------
@@ -288,6 +381,7 @@ template <class R> struct Tw<SC<R>> {
   static QV_INLINE SCT<R> bcast(const R* p, bool conj) { return {p[0], conj ? -p[1] : p[1]}; }
   static QV_INLINE SCT<R> lanes(const R* p, bool conj) { return bcast(p, conj); }
   static QV_INLINE SCT<R> cst(R c, R s) { return {c, s}; }
+  static QV_INLINE SCT<R> dup(const R* re, const R* im, bool conj) { return {re[0], conj ? -im[0] : im[0]}; }
 };
 
 // ---- the vector set of each precision on this instruction set --------------
