@@ -75,14 +75,13 @@ TYPED_TEST(OmatcopyTest, LargeLineAlignedDestinations) {
   using T = TypeParam;
   const std::size_t rows = 1030, cols = 610, lda = 613, ldb = 1040;
   const std::vector<T> a = random_buffer<T>(rows * lda, 3);
-  for (std::size_t offset : {0, 1, 3}) {
+  for (std::size_t offset : {0, 3}) {
     for (char t : std::string("TC")) {
-      for (T alpha : {T(1), odd_scalar<T>()}) {
-        std::vector<T> b = random_buffer<T>(cols * ldb + offset + 8, 4), want = b;
-        reference_omatcopy2('R', t, rows, cols, alpha, a.data(), lda, 1, want.data() + offset, ldb, 1);
-        Api<T>::omatcopy('R', t, rows, cols, alpha, a.data(), lda, b.data() + offset, ldb);
-        EXPECT_TRUE(same_buffer(b, want)) << "offset " << offset << " trans " << t;
-      }
+      const T alpha = t == 'T' ? T(1) : odd_scalar<T>();
+      std::vector<T> b = random_buffer<T>(cols * ldb + offset + 8, 4), want = b;
+      reference_omatcopy2('R', t, rows, cols, alpha, a.data(), lda, 1, want.data() + offset, ldb, 1);
+      Api<T>::omatcopy('R', t, rows, cols, alpha, a.data(), lda, b.data() + offset, ldb);
+      EXPECT_TRUE(same_buffer(b, want)) << "offset " << offset << " trans " << t;
     }
   }
 }
