@@ -108,7 +108,14 @@ inline void n_group(i64 m, const T* a, Cols cols, i64 j0, T alpha, const T* x, i
   R* yr = reinterpret_cast<R*>(y);
   constexpr int B0 = is_complex_v<T> ? 8 : 16;
   i64 i = 0;
-  for (; i + B0 <= m; i += B0) n_rows<T, NC, B0>(col, tr, ti, t, yr, i * E);
+  for (; i + B0 <= m; i += B0) {
+    // A block is 128 bytes of each column: two lines to fetch ahead.
+    for (int c = 0; c < NC; ++c) {
+      prefetch_read(col[c] + i * E);
+      prefetch_read(col[c] + i * E + 64 / sizeof(R));
+    }
+    n_rows<T, NC, B0>(col, tr, ti, t, yr, i * E);
+  }
   if constexpr (B0 == 16) {
     if (m - i >= 8) {
       n_rows<T, NC, 8>(col, tr, ti, t, yr, i * E);
@@ -227,7 +234,13 @@ inline void t_group(i64 m, const T* a, Cols cols, i64 j0, T alpha, const T* x, T
   const R* xr = reinterpret_cast<const R*>(x);
   constexpr int B0 = is_complex_v<T> ? 8 : 16;
   i64 i = 0;
-  for (; i + B0 <= m; i += B0) t_rows<T, NC, B0, Conj>(col, xr, i * E, acc);
+  for (; i + B0 <= m; i += B0) {
+    for (int c = 0; c < NC; ++c) {
+      prefetch_read(col[c] + i * E);
+      prefetch_read(col[c] + i * E + 64 / sizeof(R));
+    }
+    t_rows<T, NC, B0, Conj>(col, xr, i * E, acc);
+  }
   if constexpr (B0 == 16) {
     if (m - i >= 8) {
       t_rows<T, NC, 8, Conj>(col, xr, i * E, acc);

@@ -20,6 +20,20 @@ inline constexpr int kVecBytes = 32;
 inline constexpr int kVecBytes = 16;
 #endif
 
+// Software prefetch distance for the streams through A, in bytes: far
+// enough ahead to cover memory latency for the few column streams a kernel
+// walks at once.
+inline constexpr int kPrefetchBytes = 1024;
+
+template <class P>
+inline void prefetch_read(const P* p) {
+  __builtin_prefetch(reinterpret_cast<const char*>(p) + kPrefetchBytes, 0, 3);
+}
+template <class P>
+inline void prefetch_write(const P* p) {
+  __builtin_prefetch(reinterpret_cast<const char*>(p) + kPrefetchBytes, 1, 3);
+}
+
 template <class R>
 struct Vec {
   static constexpr int W = kVecBytes / static_cast<int>(sizeof(R));

@@ -87,7 +87,10 @@ inline void both_range(i64 i0, i64 i1, const T* const* colp, const T* t, T* y, c
   const R* xr = reinterpret_cast<const R*>(x);
   constexpr int B0 = is_complex_v<T> ? 4 : 8;
   i64 i = i0;
-  for (; i + B0 <= i1; i += B0) both_rows<T, NC, B0, Conj>(col, tr, ti, t, yr, xr, i * E, acc);
+  for (; i + B0 <= i1; i += B0) {
+    for (int c = 0; c < NC; ++c) prefetch_read(col[c] + i * E);  // a block is one line of each column
+    both_rows<T, NC, B0, Conj>(col, tr, ti, t, yr, xr, i * E, acc);
+  }
   if constexpr (B0 == 8) {
     if (i1 - i >= 4) {
       both_rows<T, NC, 4, Conj>(col, tr, ti, t, yr, xr, i * E, acc);

@@ -54,6 +54,7 @@ inline void axpy_col(i64 len, T t, const T* x, T* col) {
   const i64 L = len * E;
   i64 o = 0;
   for (; o + BV * W <= L; o += BV * W) {
+    prefetch_write(cr + o);  // a block is one line of the column
     for (int v = 0; v < BV; ++v) VT::store(cr + o + v * W, VT::load(cr + o + v * W) + f.times(VT::load(xr + o + v * W)));
   }
   for (; o + W <= L; o += W) VT::store(cr + o, VT::load(cr + o) + f.times(VT::load(xr + o)));
@@ -75,6 +76,7 @@ inline void axpy2_col(i64 len, T t1, T t2, const T* x, const T* y, T* col) {
   const i64 L = len * E;
   i64 o = 0;
   for (; o + BV * W <= L; o += BV * W) {
+    prefetch_write(cr + o);
     for (int v = 0; v < BV; ++v) {
       const i64 p = o + v * W;
       VT::store(cr + p, VT::load(cr + p) + f1.times(VT::load(xr + p)) + f2.times(VT::load(yr + p)));
