@@ -3,9 +3,10 @@
 // Figures are GB/s of matrix traffic (A read once; ger reads and writes it;
 // symv reads one triangle) and the ratio OpenBLAS time / qor time.
 //
-//   bench_blas_level2 [quick]     quick: n = 100 and 1000 only
+//   bench_blas_level2 [quick | n...]     quick: n = 100 and 1000 only; or the sizes given
 #include <complex>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -43,6 +44,10 @@ int main(int argc, char** argv) {
   std::printf("Level 2, one thread, GB/s of matrix traffic; ratio = OpenBLAS time / qor time (cpu path %s)\n",
               qor_cpu_path_name(qor_get_cpu_path()));
   std::vector<int> sizes = quick ? std::vector<int>{100, 1000} : std::vector<int>{100, 1000, 4000};
+  if (!quick && argc > 1) {
+    sizes.clear();
+    for (int i = 1; i < argc; ++i) sizes.push_back(std::atoi(argv[i]));
+  }
   for (int n : sizes) {
     const std::string size = "n=" + std::to_string(n);
     const double nn = static_cast<double>(n) * n;

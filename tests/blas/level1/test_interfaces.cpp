@@ -40,7 +40,8 @@ TEST(Level1Interfaces, FortranNamesInBothWidths) {
 
   float sb = 1, fx[3] = {1, 2, 3};
   EXPECT_EQ(sdsdot_(&three, &sb, fx, &one, fx, &one), 15.0f);
-  EXPECT_EQ(dsdot_64_(&n64, fx, &one64, fx, &one64), dsdot_64_(&n64, fx, &one64, fx, &one64));
+  const int64_t three64 = 3;
+  EXPECT_EQ(dsdot_64_(&three64, fx, &one64, fx, &one64), 14.0);
   double ra = 3, rb = 4, rc, rs;
   drotg_(&ra, &rb, &rc, &rs);
   EXPECT_DOUBLE_EQ(ra, 5.0);

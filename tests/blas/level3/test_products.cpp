@@ -160,7 +160,9 @@ void check_triangle(const Mat<T>& got, const Mat<T>& want, const Mat<T>& orig, c
         ASSERT_TRUE(got(i, j) == orig(i, j) || (got(i, j) != got(i, j) && orig(i, j) != orig(i, j)))
             << "outside the triangle at " << i << "," << j;
       }
-      if (herm && i == j) ASSERT_EQ(std::imag(got(i, i)), 0) << "Hermitian diagonal at " << i;
+      if (herm && i == j) {
+        ASSERT_EQ(std::imag(got(i, i)), 0) << "Hermitian diagonal at " << i;
+      }
     }
   EXPECT_LT(rel_diff(tri_got, tri_want), tolerance);
 }

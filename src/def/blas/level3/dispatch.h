@@ -66,3 +66,9 @@ QOR_FOR_EACH_COMPLEX_TYPE(QOR_L3D_DECLARE_COMPLEX)
 // Real A, complex B and C.
 QOR_L3_DISPATCH void qor_blas_scgemm(QOR_L3D_GEMM_ARGS(::qor::c32, float));
 QOR_L3_DISPATCH void qor_blas_dzgemm(QOR_L3D_GEMM_ARGS(::qor::c64, double));
+// Complex A, real B (the row-major forms of the two above).
+#define QOR_L3D_GEMM_RB_ARGS(T, TB)                                                                          \
+  const char *transa, const char *transb, QOR_L3D_I m, QOR_L3D_I n, QOR_L3D_I k, const T *alpha,           \
+      const T *a, QOR_L3D_I lda, const TB *b, QOR_L3D_I ldb, const T *beta, T *c, QOR_L3D_I ldc
+QOR_L3_DISPATCH void qor_blas_csgemm(QOR_L3D_GEMM_RB_ARGS(::qor::c32, float));
+QOR_L3_DISPATCH void qor_blas_zdgemm(QOR_L3D_GEMM_RB_ARGS(::qor::c64, double));

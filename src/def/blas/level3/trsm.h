@@ -55,6 +55,7 @@ struct TrsmBlocks {
   static constexpr i64 entry_tri_right = 256;   // triangle blocks of the right cases
   static constexpr i64 l1_tri = 1024;
   static constexpr i64 l1_rhs = 1024 / static_cast<i64>(sizeof(T));
+  static constexpr i64 l1_right_tri = 128;  // triangle blocks of the right cases
   static constexpr i64 l2_tri = 256;
   static constexpr i64 leaf = 64;
   static constexpr i64 whole = INT64_MAX / 4;  // no cut
@@ -399,14 +400,18 @@ void layer2(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
   });
 }
 
-// Layer 1: the right-hand side in blocks of 128 columns (of doubles), the
-// triangle in blocks of 1024.
+// Layer 1: B in blocks of 128 columns. On the left these are right-hand
+// sides (128 columns of doubles, the same bytes for the other types) and
+// the triangle is cut in blocks of 1024; on the right they are columns of
+// the triangle, and the rows of B stay whole, so that the GEMM updates
+// between them keep the long dimension of B.
 template <class T>
 void layer1(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
   using B = TrsmBlocks<T>;
   // The GEMM letter texts are read by their first letter only; this one is
   // misspelt and has always worked the same.
-  sweep<T>(t, m, n, a, lda, b, ldb, B::l1_tri, B::l1_rhs, "No tranpose",
+  const i64 tb = t.left ? B::l1_tri : B::l1_right_tri, rb = t.left ? B::l1_rhs : B::whole;
+  sweep<T>(t, m, n, a, lda, b, ldb, tb, rb, "No tranpose",
            [&](i64 mm, i64 nn, const T* ad, T* bd) { layer2<T>(t, mm, nn, ad, lda, bd, ldb); });
 }
 

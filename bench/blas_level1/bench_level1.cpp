@@ -1,0 +1,121 @@
+// Level 1 against OpenBLAS, side by side in one run, both on one thread:
+// ddot, daxpy, dnrm2, idamax, dscal and zdotc at n = 1,000 (in cache),
+// 100,000 and 10,000,000 (memory). Figures are GB/s of vector traffic and
+// the ratio OpenBLAS time / qor time (above 1: qor is faster). For the
+// in-cache size the line also gives bytes loaded per clock, to compare with
+// the load-port bound of 128-bit code: two 16-byte loads a clock.
+//
+//   bench_level1 [quick|threads]   quick: skip n = 10,000,000;
+//                                  threads: let qor split long updates
+#include <complex>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "common/bench.h"
+#include "qor/cblas.h"
+#include "qor/qor.h"
+
+namespace {
+
+using Ddot = double(int, const double*, int, const double*, int);
+using Daxpy = void(int, double, const double*, int, double*, int);
+using Dnrm2 = double(int, const double*, int);
+using Idamax = std::size_t(int, const double*, int);
+using Dscal = void(int, double, double*, int);
+using Zdotc = void(int, const void*, int, const void*, int, void*);
+
+std::vector<double> filled(std::size_t n, unsigned seed) {
+  std::vector<double> v(n);
+  for (std::size_t i = 0; i < n; ++i) v[i] = 0.5 + 1e-3 * static_cast<double>((i * 7919 + seed) % 1000);
+  return v;
+}
+
+// Clock rate from /proc/cpuinfo, for bytes per clock; 0 when unknown.
+double clock_ghz() {
+  std::ifstream f("/proc/cpuinfo");
+  std::string line;
+  while (std::getline(f, line))
+    if (line.rfind("cpu MHz", 0) == 0) return std::atof(line.substr(line.find(':') + 1).c_str()) / 1000.0;
+  return 0;
+}
+
+struct Runner {
+  double ghz;
+  void line(const char* what, long n, double bytes, double loads, double ours, double peer) {
+    const std::string size = "n=" + std::to_string(n);
+    qor::bench::report(what, size, ours, "GB/s", bytes / 1e9, "OpenBLAS", peer);
+    if (n <= 1000 && ghz > 0)
+      std::printf("%-22s %-16s   loads %.1f bytes/clock of a 32 bytes/clock bound (%.0f%%) at %.2f GHz\n", "", "",
+                  loads / ours / (ghz * 1e9), 100.0 * loads / ours / (ghz * 1e9) / 32.0, ghz);
+  }
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const bool quick = argc > 1 && std::strcmp(argv[1], "quick") == 0;
+  const bool threads = argc > 1 && std::strcmp(argv[1], "threads") == 0;
+  if (!threads) setenv("OMP_NUM_THREADS", "1", 1);
+  auto& ob = qor::bench::openblas();
+  ob.set_threads(1);
+  auto* o_ddot = ob.fn<Ddot>("cblas_ddot");
+  auto* o_daxpy = ob.fn<Daxpy>("cblas_daxpy");
+  auto* o_dnrm2 = ob.fn<Dnrm2>("cblas_dnrm2");
+  auto* o_idamax = ob.fn<Idamax>("cblas_idamax");
+  auto* o_dscal = ob.fn<Dscal>("cblas_dscal");
+  auto* o_zdotc = ob.fn<Zdotc>("cblas_zdotc_sub");
+  if (!o_ddot || !o_daxpy || !o_dnrm2 || !o_idamax || !o_dscal || !o_zdotc) {
+    std::fprintf(stderr, "bench_level1: OpenBLAS not available\n");
+    return 1;
+  }
+  Runner run{clock_ghz()};
+  std::printf("Level 1, %s, GB/s of vector traffic; ratio = OpenBLAS time / qor time (cpu path %s)\n",
+              threads ? "qor threaded, OpenBLAS one thread" : "one thread", qor_cpu_path_name(qor_get_cpu_path()));
+  std::vector<long> sizes = {1000, 100000};
+  if (!quick) sizes.push_back(10000000);
+  for (long n : sizes) {
+    const int ni = static_cast<int>(n);
+    const double secs = n >= 10000000 ? 0.6 : 0.25;
+    const double dn = static_cast<double>(n);
+    auto x = filled(n, 1), y = filled(n, 2);
+    volatile double sink = 0;
+
+    double ours = qor::bench::best_time([&] { sink = sink + cblas_ddot(ni, x.data(), 1, y.data(), 1); }, secs);
+    double peer = qor::bench::best_time([&] { sink = sink + o_ddot(ni, x.data(), 1, y.data(), 1); }, secs);
+    run.line("ddot", n, 16 * dn, 16 * dn, ours, peer);
+
+    // alpha keeps y bounded over many repetitions: y += a x with a tiny a.
+    ours = qor::bench::best_time([&] { cblas_daxpy(ni, 1e-9, x.data(), 1, y.data(), 1); }, secs);
+    peer = qor::bench::best_time([&] { o_daxpy(ni, 1e-9, x.data(), 1, y.data(), 1); }, secs);
+    run.line("daxpy", n, 24 * dn, 16 * dn, ours, peer);
+
+    ours = qor::bench::best_time([&] { sink = sink + cblas_dnrm2(ni, x.data(), 1); }, secs);
+    peer = qor::bench::best_time([&] { sink = sink + o_dnrm2(ni, x.data(), 1); }, secs);
+    run.line("dnrm2", n, 8 * dn, 8 * dn, ours, peer);
+
+    ours = qor::bench::best_time([&] { sink = sink + static_cast<double>(cblas_idamax(ni, x.data(), 1)); }, secs);
+    peer = qor::bench::best_time([&] { sink = sink + static_cast<double>(o_idamax(ni, x.data(), 1)); }, secs);
+    run.line("idamax", n, 8 * dn, 8 * dn, ours, peer);
+
+    // Scale by 1 - 1e-12 alternately up and down keeps x bounded.
+    ours = qor::bench::best_time([&] { cblas_dscal(ni, 1.0 + 1e-12, x.data(), 1); }, secs);
+    peer = qor::bench::best_time([&] { o_dscal(ni, 1.0 - 1e-12, x.data(), 1); }, secs);
+    run.line("dscal", n, 16 * dn, 8 * dn, ours, peer);
+
+    x.clear();
+    x.shrink_to_fit();
+    y.clear();
+    y.shrink_to_fit();
+    auto zx = filled(2 * n, 3), zy = filled(2 * n, 4);
+    std::complex<double> r;
+    ours = qor::bench::best_time([&] { cblas_zdotc_sub(ni, zx.data(), 1, zy.data(), 1, &r); }, secs);
+    peer = qor::bench::best_time([&] { o_zdotc(ni, zx.data(), 1, zy.data(), 1, &r); }, secs);
+    run.line("zdotc", n, 32 * dn, 32 * dn, ours, peer);
+    sink = sink + r.real();
+  }
+  return 0;
+}
