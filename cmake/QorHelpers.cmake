@@ -41,7 +41,12 @@ function(qor_core_library name)
   cmake_parse_arguments(Q "" "" "SOURCES" ${ARGN})
   set(tgt qor_core_${name})
   add_library(${tgt} OBJECT ${Q_SOURCES})
-  target_compile_options(${tgt} PRIVATE ${QOR_ISA_FLAGS_base})
+  # The Fortran names are defined with the trailing lengths of their
+  # character arguments, which many C callers never pass. A sibling call
+  # may reuse the callee's incoming argument slots, and would then write
+  # over the caller's frame where those lengths were expected; the core
+  # makes no sibling calls, so a short argument list is always safe.
+  target_compile_options(${tgt} PRIVATE ${QOR_ISA_FLAGS_base} -fno-optimize-sibling-calls)
   target_compile_definitions(${tgt} PRIVATE QOR_BUILDING_CORE=1)
   target_include_directories(${tgt} PRIVATE ${PROJECT_SOURCE_DIR}/src/core ${PROJECT_SOURCE_DIR}/src/def
                              ${PROJECT_SOURCE_DIR}/include)

@@ -3,7 +3,7 @@
 # already present. With --bench it also installs the peer libraries the
 # benchmarks compare against.
 set -euo pipefail
-pkgs=(cmake ninja-build g++ libgtest-dev python3 binutils)
+pkgs=(cmake ninja-build g++ libgtest-dev python3 binutils libblas-dev)
 if [[ "${1:-}" == "--bench" ]]; then
   pkgs+=(libopenblas-dev libblis-dev libfftw3-dev)
 fi

@@ -29,11 +29,16 @@ Member& member() {
 }
 
 // The directory holding this core library, found from one of its own
-// addresses.
+// addresses. Links are resolved: the core may have been loaded under
+// another name (libblas.so.3) from a directory of its own.
 std::string own_directory() {
   Dl_info info{};
   if (dladdr(reinterpret_cast<void*>(&qor_member_load), &info) == 0 || info.dli_fname == nullptr) return {};
   std::string file = info.dli_fname;
+  if (char* real = realpath(file.c_str(), nullptr)) {
+    file = real;
+    free(real);
+  }
   auto slash = file.rfind('/');
   return slash == std::string::npos ? std::string{} : file.substr(0, slash + 1);
 }
