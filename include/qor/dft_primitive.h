@@ -6,10 +6,11 @@
  * transforms one contiguous array of that length. Two families:
  *
  *   DFT  any length from 1 up to 0x3ffffff elements (0x1ffffff for lengths
- *        that go through convolution). Small kernels up to 16, powers of
- *        two through the FFT family, a mixed-radix engine for lengths that
- *        factor well, direct evaluation and Bluestein convolution for the
- *        rest.
+ *        that go through convolution), and powers of two up to 2^27. Small
+ *        kernels up to 16, powers of two through the FFT family (a larger
+ *        power of two fails with QOR_ZUPS_BAD_ORDER), a mixed-radix engine
+ *        for lengths that factor well, direct evaluation and Bluestein
+ *        convolution for the rest.
  *   FFT  powers of two, the order (log2 of the length) from 0 to 27.
  *
  * Each family comes for interleaved complex data (C_32fc, C_64fc) and for
@@ -57,7 +58,7 @@ enum {
   QOR_ZUPS_NULL_POINTER = -8,
   QOR_ZUPS_NO_MEMORY = -9,
   QOR_ZUPS_WRONG_SPEC = -13,    /* a plan of another kind */
-  QOR_ZUPS_BAD_ORDER = -17,     /* FFT order above 27 */
+  QOR_ZUPS_BAD_ORDER = -17,     /* FFT order above 27 (power-of-two DFT above 2^27) */
   QOR_ZUPS_BAD_FLAG = -18       /* scale flag not one of the four below */
 };
 
@@ -136,6 +137,10 @@ QOR_ZUPS_FFT_SPLIT(Inv, 64f, double)
 /* ---- Vector helpers the engine uses --------------------------------------
  * len below 1 gives QOR_ZUPS_BAD_SIZE, a null array QOR_ZUPS_NULL_POINTER. */
 QOR_API uint8_t* qor_dft_zupsMalloc_8u(int len); /* 64-byte aligned, or null */
+QOR_API float* qor_dft_zupsMalloc_32f(int len);  /* len elements; free them with qor_dft_zupsFree */
+QOR_API double* qor_dft_zupsMalloc_64f(int len);
+QOR_API qor_zups_32fc* qor_dft_zupsMalloc_32fc(int len);
+QOR_API qor_zups_64fc* qor_dft_zupsMalloc_64fc(int len);
 QOR_API void qor_dft_zupsFree(void* p);
 QOR_API int qor_dft_zupsMulC_32f_I(float value, float* srcdst, int len);
 QOR_API int qor_dft_zupsMulC_64f_I(double value, double* srcdst, int len);

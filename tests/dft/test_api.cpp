@@ -36,6 +36,11 @@ TEST(DftApi, PlanArgumentErrors) {
   EXPECT_EQ(qor_dft_zupsDFTFree_C_64fc(nullptr), QOR_ZUPS_NULL_POINTER);
   EXPECT_EQ(qor_dft_zupsDFTGetBufSize_C_64fc(nullptr, &a), QOR_ZUPS_NULL_POINTER);
 
+  // Powers of two go to the FFT family whatever their size, and fail as it does.
+  for (int n : {1 << 28, 1 << 30}) EXPECT_EQ(qor_dft_zupsDFTGetSize_C_64fc(n, 8, 0, &a, &b, &c), QOR_ZUPS_BAD_ORDER);
+  EXPECT_EQ(qor_dft_zupsDFXInitAlloc_C_32f(&spec, 1 << 29, 8, 0), QOR_ZUPS_BAD_ORDER);
+  EXPECT_EQ(spec, reinterpret_cast<qor_zups_dft_spec*>(&a));
+
   qor_zups_fft_spec* fspec = nullptr;
   for (int order : {28, 30, 31, -1})
     EXPECT_EQ(qor_dft_zupsFFTInitAlloc_C_64fc(&fspec, order, 8, 0), QOR_ZUPS_BAD_ORDER) << order;
@@ -129,6 +134,83 @@ TEST(DftApi, SizesAndCallerMemory) {
   int fb = 0;
   ASSERT_EQ(qor_dft_ownsFFTGetBufSize_C_64fc(f.spec(), &fb), 0);
   EXPECT_EQ(fb, w);
+}
+
+// The head of a DFT spec as the engine lays it out, and its factor records.
+struct SpecHead {
+  std::int32_t id, length, scale_forward_on, scale_inverse_on;
+  double scale;
+  std::int32_t hint, buffer_size, is_pow2, conv_length;
+  const void *chirp, *filter, *fft_spec, *direct_table;
+  std::int32_t prime_fact_on, last_index;
+};
+struct SpecRecord {
+  std::int32_t factor, rest;
+  std::int64_t stride;
+  const void *twiddle, *direct;
+};
+static_assert(sizeof(SpecHead) == 80 && sizeof(SpecRecord) == 32);
+
+// The method each length gets: small kernels, the FFT family, the factor
+// test (fours with the single 2 in front, the merge of 2 and 3 into 6,
+// divisors up to 88, rests up to 90 or 150, the leading 4 folded into the
+// first factor), direct evaluation up to 90 and convolution lengths.
+TEST(DftApi, MethodChoice) {
+  struct Case {
+    int n;
+    std::vector<int> factors;  // empty: not the mixed-radix engine
+    int conv;                  // convolution length, 0 if none
+  };
+  const Case cases[] = {
+      {1000, {8, 5, 5, 5}, 0},   {96, {8, 4, 3}, 0},   {210, {6, 5, 7}, 0},  {54, {6, 3, 3}, 0},
+      {194, {2, 97}, 0},         {596, {4, 149}, 0},   {87, {3, 29}, 0},     {24, {8, 3}, 0},
+      {17, {}, 0},               {89, {}, 0},          {97, {}, 200},        {1031, {}, 2304},
+      {4099, {}, 16384},         {291, {}, 640},       {302, {}, 640},       {28227, {}, 65536},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.n);
+    qor_zups_dft_spec* spec = nullptr;
+    ASSERT_EQ(qor_dft_zupsDFXInitAlloc_C_64fc(&spec, c.n, QOR_ZUPS_DIV_BY_SQRTN, 5), 0);
+    SpecHead h;
+    std::memcpy(&h, spec, sizeof h);
+    EXPECT_EQ(h.id, 16);
+    EXPECT_EQ(h.length, c.n);
+    EXPECT_EQ(h.hint, 5);
+    EXPECT_EQ(h.scale, 1.0 / std::sqrt(static_cast<double>(c.n)));
+    EXPECT_EQ(h.scale_forward_on + h.scale_inverse_on, 2);
+    EXPECT_EQ(h.is_pow2, 0);
+    EXPECT_EQ(h.conv_length, c.conv);
+    EXPECT_EQ(h.prime_fact_on, c.factors.empty() ? 0 : 1);
+    EXPECT_EQ(h.direct_table != nullptr, c.factors.empty() && c.conv == 0);
+    if (!c.factors.empty()) {
+      ASSERT_EQ(h.last_index + 1, static_cast<int>(c.factors.size()));
+      std::int64_t stride = 1;
+      for (int i = 0; i <= h.last_index; ++i) {
+        SpecRecord r;
+        std::memcpy(&r, reinterpret_cast<const std::uint8_t*>(spec) + sizeof h + i * sizeof r, sizeof r);
+        EXPECT_EQ(r.factor, c.factors[i]) << i;
+        EXPECT_EQ(r.stride, stride) << i;
+        stride *= r.factor;
+        EXPECT_EQ(r.rest * stride, c.n) << i;
+        EXPECT_EQ(r.twiddle != nullptr, r.rest > 1) << i;
+      }
+    }
+    EXPECT_EQ(qor_dft_zupsDFTFree_C_64fc(spec), 0);
+  }
+  for (int n : {16, 1 << 12}) {
+    qor_zups_dft_spec* spec = nullptr;
+    ASSERT_EQ(qor_dft_zupsDFXInitAlloc_C_64f(&spec, n, QOR_ZUPS_DIV_FWD_BY_N, 0), 0);
+    SpecHead h;
+    std::memcpy(&h, spec, sizeof h);
+    EXPECT_EQ(h.id, 17);
+    EXPECT_EQ(h.scale, 1.0 / n);
+    EXPECT_EQ(h.scale_forward_on, 1);
+    EXPECT_EQ(h.scale_inverse_on, 0);
+    EXPECT_EQ(h.is_pow2, n > 16 ? 1 : 0) << n;  // up to 16 the small kernels
+    EXPECT_EQ(h.fft_spec != nullptr, n > 16) << n;
+    EXPECT_EQ(h.prime_fact_on, 0);
+    EXPECT_EQ(qor_dft_zupsDFTFree_C_64f(spec), 0);
+  }
 }
 
 // Every allocation the engine makes may fail: plans report no memory and
@@ -229,6 +311,22 @@ TEST(DftApi, VectorHelpers) {
   EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % 64, 0u);
   qor_dft_zupsFree(p);
   qor_dft_zupsFree(nullptr);
+  // element counts, aligned, and no byte count beyond an int
+  C64* z64 = qor_dft_zupsMalloc_64fc(100);
+  float* f32 = qor_dft_zupsMalloc_32f(3);
+  ASSERT_NE(z64, nullptr);
+  ASSERT_NE(f32, nullptr);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(z64) % 64, 0u);
+  z64[99].im = 1.0;  // the last element is ours (the sanitized build checks)
+  f32[2] = 1.0f;
+  qor_dft_zupsFree(z64);
+  qor_dft_zupsFree(f32);
+  EXPECT_EQ(qor_dft_zupsMalloc_64f(0), nullptr);
+  EXPECT_EQ(qor_dft_zupsMalloc_32fc(-1), nullptr);
+  EXPECT_EQ(qor_dft_zupsMalloc_64fc(1 << 28), nullptr);
+  qor_fault_fail_next(QOR_POOL_BOTH, 1);
+  EXPECT_EQ(qor_dft_zupsMalloc_64f(8), nullptr);
+  qor_fault_reset();
 }
 
 // ---- step kernels ---------------------------------------------------------------

@@ -62,6 +62,10 @@ using zups_u8 = std::uint8_t;
 
 #define QOR_ZUPS_VECTOR(X)                                                                                         \
   X(zups_u8*, zupsMalloc_8u, (int len), (len))                                                                     \
+  X(float*, zupsMalloc_32f, (int len), (len))                                                                      \
+  X(double*, zupsMalloc_64f, (int len), (len))                                                                     \
+  X(qor_zups_32fc*, zupsMalloc_32fc, (int len), (len))                                                             \
+  X(qor_zups_64fc*, zupsMalloc_64fc, (int len), (len))                                                             \
   X(void, zupsFree, (void* p), (p))                                                                                \
   X(int, zupsMulC_32f_I, (float value, float* srcdst, int len), (value, srcdst, len))                              \
   X(int, zupsMulC_64f_I, (double value, double* srcdst, int len), (value, srcdst, len))                            \

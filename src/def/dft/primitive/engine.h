@@ -270,13 +270,80 @@ QV_INLINE void record_step(const Record& rc, const R* src, R* dst, i64 sl, i64 Q
   run_step<INV>(src, dst, st);
 }
 
+// ---- the head of a long plan in column blocks ----------------------------------
+// The input as an F x M array (row j at in + j*M): each block of Q columns
+// runs the F-point transform in cache, the first step reading the input in
+// place. Then its twiddles w_n^(p k) and a transpose: y[k + F*p] for column
+// p and output k, the layout the records from `group` on expect.
+template <bool INV, class R>
+void run_head(const ::qor::dft::Head& h, const R* in, R* y, R* A, R* B) {
+  using W = typename VecSet<R>::W;
+  using O = typename VecSet<R>::O;
+  const i64 F = h.F, M = h.M, b = h.width;
+  const R* lane = static_cast<const R*>(h.lane);
+  const R* hi = static_cast<const R*>(h.hi);
+  const R* lo = static_cast<const R*>(h.lo);
+  for (i64 p0 = 0; p0 < M; p0 += b) {
+    const i64 Q = p0 + b <= M ? b : M - p0;
+    const R* src = in + 2 * p0;
+    i64 is = M;
+    R* a = A;
+    R* t = B;
+    for (int i = 0; i < h.count; ++i) {
+      record_step<INV>(h.rec[i], src, a, h.rec[i].stride, Q, is, Q);
+      src = a;
+      is = Q;
+      R* u = a;
+      a = t;
+      t = u;
+    }
+    // src: T[q + Q*k]. Twiddles in place, across q.
+    R* T = const_cast<R*>(src);
+    i64 e_hi = 0, e_lo = 0;  // p0 * k = e_hi * M + e_lo
+    for (i64 k = 0; k < F; ++k) {
+      if (k > 0) {
+        R w[2] = {hi[2 * e_hi] * lo[2 * e_lo] - hi[2 * e_hi + 1] * lo[2 * e_lo + 1],
+                  hi[2 * e_hi] * lo[2 * e_lo + 1] + hi[2 * e_hi + 1] * lo[2 * e_lo]};
+        const auto wb = Tw<W>::bcast(w, false);
+        const R* lk = lane + 2 * (k * b);
+        R* tk = T + 2 * (Q * k);
+        i64 q = 0;
+        for (; q + W::N <= Q; q += W::N)
+          cmul(W::load(tk + 2 * q), Tw<W>::of(cmul(W::load(lk + 2 * q), wb), INV)).store(tk + 2 * q);
+        const auto wo = Tw<O>::bcast(w, false);
+        for (; q < Q; ++q)
+          cmul(O::load(tk + 2 * q), Tw<O>::of(cmul(O::load(lk + 2 * q), wo), INV)).store(tk + 2 * q);
+      }
+      e_lo += p0;
+      if (e_lo >= M) {
+        e_lo -= M;
+        ++e_hi;
+      }
+    }
+    for (i64 q = 0; q < Q; ++q) {
+      R* row = y + 2 * (F * (p0 + q));
+      const R* col = T + 2 * q;
+      for (i64 k = 0; k < F; ++k) O::load(col + 2 * (Q * k)).store(row + 2 * k);
+    }
+  }
+}
+
 // ---- a whole step plan -------------------------------------------------------
 template <bool INV, class R>
 void run_plan(const StepPlan& pl, const R* in, R* out, R* work) {
   const Record* rec = pl.rec;
   const int n = pl.count, g = pl.group;
   const R* cur = in;
-  if (g > 0) {
+  if (g > 0 && pl.head != nullptr) {
+    // The head writes the whole array before the blocks read it, so it
+    // needs its own target when the transform is in place.
+    const i64 top = ::qor::dft::plan_top_elems(rec, n, g);
+    R* hA = work + 2 * (top + 2 * ::qor::dft::plan_block_elems(rec, n, g, pl.width));
+    R* hB = hA + 2 * pl.head->width * pl.head->F;
+    R* y = in == out ? work : out;
+    run_head<INV>(*pl.head, in, y, hA, hB);
+    cur = y;
+  } else if (g > 0) {
     // Steps 0..g-1 alternate between the output and the work buffer; the
     // first must not write where it reads.
     R* last = out;

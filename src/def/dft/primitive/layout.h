@@ -65,18 +65,41 @@ struct Record {
 };
 static_assert(sizeof(Record) == 32);
 
+// The first `count` records of a long plan as a transform of length F on
+// its own (n = F * M): they run on `width` of the M columns of the F x M
+// view at a time, in cache, reading the input directly. Output row p then
+// gets its twiddles w_n^(p k) = w_n^(p0 k) w_n^((p - p0) k), p0 the first
+// column of the block: `lane` holds w_n^(l k) at [k * width + l], and
+// w_n^(p0 k) is hi[e / M] * lo[e % M] with e = p0 k, which stays below n.
+// No table grows with n beyond M entries, so a long transform reads little
+// more than its data.
+constexpr int kMaxHead = 12;
+struct Head {
+  Record rec[kMaxHead];
+  int count;
+  std::int32_t reserved;
+  i64 F, M, width;
+  const void* lane;  // F * width complex values
+  const void* hi;    // F complex values: w_F^h
+  const void* lo;    // M complex values: w_n^l
+};
+
 // The self-sorting step sequence shared by the mixed-radix engine and the
 // power-of-two engine: records 0..count-1 run one after another; from
 // record `group` on they run per block of `width` columns kept in cache.
+// Records before `group` run as one pass over the whole array, or through
+// `head` when the plan has one.
 struct StepPlan {
   const Record* rec;
   int count;
   int group;
   i64 width;
+  const Head* head;
 };
 
 // DFT spec: the fixed part is 832 bytes, the records included; the tables
-// follow in the same block.
+// follow in the same block. The records come right after `last_index`, the
+// engine's own fields after the records.
 struct DftSpec {
   std::int32_t id;                // 0
   std::int32_t length;            // 4
@@ -93,18 +116,19 @@ struct DftSpec {
   void* direct_table;             // 64: roots of unity for direct evaluation
   std::int32_t prime_fact_on;     // 72
   std::int32_t last_index;        // 76
-  std::int32_t method;            // 80
-  std::int32_t allocated;         // 84: made by InitAlloc
-  void* self;                     // 88: the block to free
-  std::int32_t group;             // 96: first record run per column block
-  std::int32_t flag;              // 100
-  i64 width;                      // 104: columns per block
-  std::int32_t split;             // 112: split-complex kind
-  std::int32_t reserved[19];      // 116
-  Record rec[kMaxRecords];        // 192
+  Record rec[kMaxRecords];        // 80
+  std::int32_t method;            // 720
+  std::int32_t allocated;         // 724: made by InitAlloc
+  void* self;                     // 728: the block to free
+  std::int32_t group;             // 736: first record run per column block
+  std::int32_t flag;              // 740
+  i64 width;                      // 744: columns per block
+  const Head* head;               // 752: the records before `group`, in column blocks
+  std::int32_t split;             // 760: split-complex kind
+  std::int32_t reserved[17];      // 764
 };
 static_assert(sizeof(DftSpec) == 832);
-static_assert(offsetof(DftSpec, rec) == 192);
+static_assert(offsetof(DftSpec, rec) == 80);
 
 // FFT spec: 144 bytes of fixed part; the step records and tables follow.
 struct FftSpec {
@@ -124,12 +148,13 @@ struct FftSpec {
   i64 width;                      // 64
   std::int32_t flag;              // 72
   std::int32_t split;             // 76
-  std::int32_t reserved[16];      // 80
+  const Head* head;               // 80
+  std::int32_t reserved[14];      // 88
 };
 static_assert(sizeof(FftSpec) == 144);
 
-inline StepPlan plan_of(const DftSpec* s) { return {s->rec, s->last_index + 1, s->group, s->width}; }
-inline StepPlan plan_of(const FftSpec* s) { return {s->rec, s->count, s->group, s->width}; }
+inline StepPlan plan_of(const DftSpec* s) { return {s->rec, s->last_index + 1, s->group, s->width, s->head}; }
+inline StepPlan plan_of(const FftSpec* s) { return {s->rec, s->count, s->group, s->width, s->head}; }
 
 // Work buffer (in elements) that a step plan needs: the ping-pong copy of
 // the whole array while records before `group` run, and two column blocks.

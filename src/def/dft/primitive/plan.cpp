@@ -88,16 +88,19 @@ i64 block_width(i64 columns, i64 len, int elem_bytes) {
 i64 group_length(int elem_bytes) { return (i64{1} << 19) / (4 * i64{elem_bytes}); }
 
 // Records, twiddles and direct tables of a step plan over `count` factors
-// of n; base is the table of n roots (only read when building).
+// of n; base is a table of roots of unity (only read when building) whose
+// every bstep-th entry is a root of n. Records before `from` get no
+// twiddles: a head runs them.
 template <class R>
-void build_records(const int* factors, int count, i64 n, Region& sr, const double* base, bool fill, Record* rec) {
+void build_records(const int* factors, int count, i64 n, Region& sr, const double* base, bool fill, Record* rec,
+                   i64 bstep = 1, int from = 0) {
   i64 stride = 1;
   const void* shared_tab[200] = {};
   for (int i = 0; i < count; ++i) {
     const int f = factors[i];
     const i64 rest = n / (stride * f);
     void* tw = nullptr;
-    if (rest > 1) {
+    if (rest > 1 && i >= from) {
       // The first record also keeps the per-lane form: real parts twice,
       // then imaginary parts twice.
       const i64 count = i64{f - 1} * rest;
@@ -106,7 +109,7 @@ void build_records(const int* factors, int count, i64 n, Region& sr, const doubl
         R* t = static_cast<R*>(tw);
         for (int k = 1; k < f; ++k)
           for (i64 p = 0; p < rest; ++p) {
-            const i64 idx = p * k * stride;  // below n
+            const i64 idx = p * k * stride * bstep;  // below the base length
             const i64 at = 2 * ((k - 1) * rest + p);
             t[at] = static_cast<R>(base[2 * idx]);
             t[at + 1] = static_cast<R>(base[2 * idx + 1]);
@@ -125,7 +128,7 @@ void build_records(const int* factors, int count, i64 n, Region& sr, const doubl
         direct = sr.take(i64{f} * 2 * static_cast<i64>(sizeof(R)));
         if (fill) {
           R* t = static_cast<R*>(direct);
-          const i64 step = n / f;
+          const i64 step = n / f * bstep;
           for (int k = 0; k < f; ++k) {
             t[2 * k] = static_cast<R>(base[2 * (k * step)]);
             t[2 * k + 1] = static_cast<R>(base[2 * (k * step) + 1]);
@@ -150,6 +153,53 @@ int group_start(const int* factors, int count, i64 n, int elem_bytes) {
   }
   return count - 1;
 }
+
+// Head of a plan whose first g factors run over the whole array: columns
+// per block, so that a block of the F-point transform fills about the
+// first-level cache.
+i64 head_width(i64 F, i64 M, int elem_bytes) {
+  const i64 least = 64 / elem_bytes;
+  i64 w = (i64{32768} / elem_bytes) / F;
+  w = w < least ? least : (w / least) * least;
+  return w < M ? w : M;
+}
+
+template <class R>
+Head* build_head(const int* factors, int g, i64 n, Region& sr, const double* base, bool fill) {
+  i64 F = 1;
+  for (int i = 0; i < g; ++i) F *= factors[i];
+  const i64 M = n / F, b = head_width(F, M, 2 * sizeof(R));
+  auto* h = static_cast<Head*>(sr.take(sizeof(Head)));
+  build_records<R>(factors, g, F, sr, base, fill, fill ? h->rec : nullptr, M);
+  auto* lane = static_cast<R*>(sr.take(F * b * 2 * i64{sizeof(R)}));
+  auto* hi = static_cast<R*>(sr.take(F * 2 * i64{sizeof(R)}));
+  auto* lo = static_cast<R*>(sr.take(M * 2 * i64{sizeof(R)}));
+  if (!fill) return nullptr;
+  h->count = g;
+  h->F = F;
+  h->M = M;
+  h->width = b;
+  for (i64 k = 0; k < F; ++k)
+    for (i64 l = 0; l < b; ++l) {
+      lane[2 * (k * b + l)] = static_cast<R>(base[2 * (k * l)]);
+      lane[2 * (k * b + l) + 1] = static_cast<R>(base[2 * (k * l) + 1]);
+    }
+  for (i64 k = 0; k < F; ++k) {
+    hi[2 * k] = static_cast<R>(base[2 * (k * M)]);
+    hi[2 * k + 1] = static_cast<R>(base[2 * (k * M) + 1]);
+  }
+  for (i64 l = 0; l < M; ++l) {
+    lo[2 * l] = static_cast<R>(base[2 * l]);
+    lo[2 * l + 1] = static_cast<R>(base[2 * l + 1]);
+  }
+  h->lane = lane;
+  h->hi = hi;
+  h->lo = lo;
+  return h;
+}
+
+// Heads pay when the first factors make a long transform of their own.
+bool use_head(const int* factors, int g) { return g >= 1 && g <= kMaxHead && factors[0] > 0; }
 
 void set_scale(int flag, i64 n, std::int32_t* fwd, std::int32_t* inv, double* scale) {
   *fwd = flag == 1 || flag == 4;
@@ -258,7 +308,9 @@ int build_fft(int order, int flag, int hint, bool split, std::uint8_t* spec_mem,
     auto* base = static_cast<double*>(ir.take(n * 16));
     if (fill) make_roots(base, n);
     auto* rec = static_cast<Record*>(sr.take(count * i64{sizeof(Record)}));
-    build_records<R>(fac, count, n, sr, base, fill, rec);
+    const bool head = use_head(fac, g);
+    build_records<R>(fac, count, n, sr, base, fill, rec, 1, head ? g : 0);
+    Head* h = head ? build_head<R>(fac, g, n, sr, base, fill) : nullptr;
     i64 stride = 1;
     for (int i = 0; i < g; ++i) stride *= fac[i];
     const i64 width = block_width(stride, n / stride, 2 * sizeof(R));
@@ -268,10 +320,12 @@ int build_fft(int order, int flag, int hint, bool split, std::uint8_t* spec_mem,
       s->count = count;
       s->group = g;
       s->width = width;
+      s->head = h;
     }
     const i64 ebytes = 2 * sizeof(R);
     if (g > 0) work += round64(n * ebytes);
     if (count - g >= 2) work += 2 * round64(width * (n / stride) * ebytes);
+    if (head) work += 2 * round64(head_width(stride, n / stride, static_cast<int>(ebytes)) * stride * ebytes);
   }
   if (split) work += round64(n * 2 * i64{sizeof(R)});
   sizes->spec = order <= 5 ? i64{sizeof(FftSpec)} : sr.used;
@@ -315,9 +369,10 @@ int build_dft(int length, int flag, int hint, bool split, std::uint8_t* spec_mem
   if ((L & (L - 1)) == 0) {
     int order = 0;
     while ((i64{1} << order) < L) ++order;
+    // Orders above the FFT family's limit fail as the nested plan does.
     Sizes fs;
     std::uint8_t* fmem = static_cast<std::uint8_t*>(sr.take(0));
-    build_fft<R>(order, 8, hint, false, nullptr, nullptr, &fs);
+    if (const int st = build_fft<R>(order, 8, hint, false, nullptr, nullptr, &fs); st != kOk) return finish(st);
     sr.take(fs.spec);
     std::uint8_t* fi = static_cast<std::uint8_t*>(ir.take(fs.init));
     if (fill) {
@@ -338,19 +393,23 @@ int build_dft(int length, int flag, int hint, bool split, std::uint8_t* spec_mem
   const int count = test_prime_fact(length, false, fac);
   if (count > 0) {
     if (count > kMaxRecords) return finish(kBadSize);
-    build_records<R>(fac, count, L, sr, base, fill, fill ? s->rec : nullptr);
     const int g = group_start(fac, count, L, static_cast<int>(ebytes));
+    const bool head = use_head(fac, g);
+    build_records<R>(fac, count, L, sr, base, fill, fill ? s->rec : nullptr, 1, head ? g : 0);
+    Head* h = head ? build_head<R>(fac, g, L, sr, base, fill) : nullptr;
     i64 stride = 1;
     for (int i = 0; i < g; ++i) stride *= fac[i];
     const i64 width = block_width(stride, L / stride, static_cast<int>(ebytes));
     if (g > 0) work += round64(L * ebytes);
     if (count - g >= 2) work += 2 * round64(width * (L / stride) * ebytes);
+    if (head) work += 2 * round64(head_width(stride, L / stride, static_cast<int>(ebytes)) * stride * ebytes);
     if (fill) {
       s->prime_fact_on = 1;
       s->last_index = count - 1;
       s->method = kPrimeFact;
       s->group = g;
       s->width = width;
+      s->head = h;
     }
     return finish(kOk);
   }

@@ -237,8 +237,9 @@ QV_INLINE F4 cmul(F4 a, F4T t) {
 #endif
 
 // ---- twiddle construction for each type ------------------------------------
-// tw_bcast: the complex value at p in every lane; tw_lanes: N consecutive
-// complex values, one per lane; tw_const: a constant (c, s).
+// bcast: the complex value at p in every lane; lanes: N consecutive
+// complex values, one per lane; cst: a constant (c, s); of: the values a
+// vector holds, one per lane.
 template <class T> struct Tw;
 template <> struct Tw<D1> {
   using type = D1T;
@@ -250,6 +251,7 @@ template <> struct Tw<D1> {
     return d1t_from(_mm_loadu_pd(re), _mm_loadu_pd(im), conj);
   }
   static QV_INLINE D1T cst(double c, double s) { return d1t_make(_mm_set_pd(s, c), false); }
+  static QV_INLINE D1T of(D1 w, bool conj) { return d1t_make(w.v, conj); }
 };
 template <> struct Tw<F1> {
   using type = F2T;
@@ -260,12 +262,14 @@ template <> struct Tw<F1> {
                     _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(im))), conj);
   }
   static QV_INLINE F2T cst(float c, float s) { return f2t_make(_mm_set_ps(s, c, s, c), false); }
+  static QV_INLINE F2T of(F1 w, bool conj) { return f2t_make(w.v, conj); }
 };
 template <> struct Tw<F2> {
   using type = F2T;
   static QV_INLINE F2T bcast(const float* p, bool conj) { return Tw<F1>::bcast(p, conj); }
   static QV_INLINE F2T lanes(const float* p, bool conj) { return f2t_make(_mm_loadu_ps(p), conj); }
   static QV_INLINE F2T cst(float c, float s) { return Tw<F1>::cst(c, s); }
+  static QV_INLINE F2T of(F2 w, bool conj) { return f2t_make(w.v, conj); }
   static QV_INLINE F2T dup(const float* re, const float* im, bool conj) {
     return f2t_from(_mm_loadu_ps(re), _mm_loadu_ps(im), conj);
   }
@@ -285,6 +289,7 @@ template <> struct Tw<D2> {
   }
   static QV_INLINE D2T lanes(const double* p, bool conj) { return d2t_make(_mm256_loadu_pd(p), conj); }
   static QV_INLINE D2T cst(double c, double s) { return d2t_make(_mm256_set_pd(s, c, s, c), false); }
+  static QV_INLINE D2T of(D2 w, bool conj) { return d2t_make(w.v, conj); }
 };
 template <> struct Tw<F4> {
   using type = F4T;
@@ -300,6 +305,7 @@ template <> struct Tw<F4> {
   }
   static QV_INLINE F4T lanes(const float* p, bool conj) { return f4t_make(_mm256_loadu_ps(p), conj); }
   static QV_INLINE F4T cst(float c, float s) { return f4t_make(_mm256_set_ps(s, c, s, c, s, c, s, c), false); }
+  static QV_INLINE F4T of(F4 w, bool conj) { return f4t_make(w.v, conj); }
 };
 #endif
 

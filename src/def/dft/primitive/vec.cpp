@@ -1,6 +1,7 @@
 // Vector helpers of the transform engine, one template per operation over
 // the 32f, 32fc, 64f and 64fc members, and the mapping of engine statuses
 // to the transform subsystem's.
+#include <climits>
 #include <cstring>
 
 #include "dft/primitive/api.h"
@@ -84,6 +85,17 @@ QOR_DEF_API zups_u8* qor_dft_def_zupsMalloc_8u(int len) {
   if (len < 1) return nullptr;
   return static_cast<zups_u8*>(qor_serv_malloc(len, 64));
 }
+// Blocks of len elements; the byte count must stay within an int, as for
+// the byte form.
+template <class E>
+E* malloc_of(int len) {
+  if (len < 1 || len > INT_MAX / static_cast<int>(sizeof(E))) return nullptr;
+  return reinterpret_cast<E*>(qor_dft_def_zupsMalloc_8u(len * static_cast<int>(sizeof(E))));
+}
+QOR_DEF_API float* qor_dft_def_zupsMalloc_32f(int len) { return malloc_of<float>(len); }
+QOR_DEF_API double* qor_dft_def_zupsMalloc_64f(int len) { return malloc_of<double>(len); }
+QOR_DEF_API qor_zups_32fc* qor_dft_def_zupsMalloc_32fc(int len) { return malloc_of<qor_zups_32fc>(len); }
+QOR_DEF_API qor_zups_64fc* qor_dft_def_zupsMalloc_64fc(int len) { return malloc_of<qor_zups_64fc>(len); }
 QOR_DEF_API void qor_dft_def_zupsFree(void* p) {
   if (p != nullptr) qor_serv_free(p);
 }
