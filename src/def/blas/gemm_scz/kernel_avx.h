@@ -51,10 +51,14 @@ struct F4 {
   static V swap(V a) { return _mm_permute_ps(a, 0xB1); }
   static V addsub(V a, V b) { return _mm_addsub_ps(a, b); }
 };
+// Two floats move as one 8-byte lane. They sit only 4-byte aligned (a C
+// column at any float offset, an A strip of odd height), so the lane is
+// loaded and stored as an unaligned 64-bit integer, never through a double
+// pointer, which would claim an alignment of 8.
 struct F2 : F4 {
   static constexpr int lanes = 2;
-  static V load(const float* p) { return _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(p))); }
-  static void store(float* p, V v) { _mm_store_sd(reinterpret_cast<double*>(p), _mm_castps_pd(v)); }
+  static V load(const float* p) { return _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))); }
+  static void store(float* p, V v) { _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_castps_si128(v)); }
 };
 struct F1 : F4 {
   static constexpr int lanes = 1;
