@@ -22,45 +22,12 @@ template <class T> constexpr bool cplx = qor::is_complex_v<T>;
 
 // ---- dispatching names by type -------------------------------------------
 
-template <class T> struct api;
-#define L1T_COMMON(l)                                      \
-  static constexpr auto axpy = &qor_blas_##l##axpy;        \
-  static constexpr auto axpby = &qor_blas_##l##axpby;      \
-  static constexpr auto copy = &qor_blas_##l##copy;        \
-  static constexpr auto swap = &qor_blas_##l##swap;        \
-  static constexpr auto scal = &qor_blas_##l##scal;        \
-  static constexpr auto iamax = &qor_blas_i##l##amax;      \
-  static constexpr auto iamin = &qor_blas_i##l##amin;      \
-  static constexpr auto gthr = &qor_blas_##l##gthr;        \
-  static constexpr auto gthrz = &qor_blas_##l##gthrz;      \
-  static constexpr auto sctr = &qor_blas_##l##sctr;        \
-  static constexpr auto axpyi = &qor_blas_##l##axpyi;      \
-  static constexpr const char* name = #l;
-template <> struct api<float> {
-  L1T_COMMON(s)
-  static constexpr auto asum = &qor_blas_sasum;
-  static constexpr auto nrm2 = &qor_blas_snrm2;
-  static constexpr auto rot = &qor_blas_srot;
-};
-template <> struct api<double> {
-  L1T_COMMON(d)
-  static constexpr auto asum = &qor_blas_dasum;
-  static constexpr auto nrm2 = &qor_blas_dnrm2;
-  static constexpr auto rot = &qor_blas_drot;
-};
-template <> struct api<c32> {
-  L1T_COMMON(c)
-  static constexpr auto asum = &qor_blas_scasum;
-  static constexpr auto nrm2 = &qor_blas_scnrm2;
-  static constexpr auto rot = &qor_blas_csrot;
-};
-template <> struct api<c64> {
-  L1T_COMMON(z)
-  static constexpr auto asum = &qor_blas_dzasum;
-  static constexpr auto nrm2 = &qor_blas_dznrm2;
-  static constexpr auto rot = &qor_blas_zdrot;
-};
-#undef L1T_COMMON
+template <class T> using api = qor::blas1::dispatch<T>;
+// The type letter of the routine names, for messages.
+template <class T> inline constexpr const char* letter = "s";
+template <> inline constexpr const char* letter<double> = "d";
+template <> inline constexpr const char* letter<c32> = "c";
+template <> inline constexpr const char* letter<c64> = "z";
 
 // ---- values ----------------------------------------------------------------
 

@@ -2,13 +2,11 @@
 // length, stride and base alignment; ties, NaN, the stride asymmetry, the
 // floating-point flags; and the exported pieces (value, search and index
 // kernels) straight from the kernel library.
-#include <dlfcn.h>
 #include <xmmintrin.h>
 
-#include <cstdlib>
-
-#include "blas/level1/api.h"
+#include "blas/level1/signatures.h"
 #include "l1_test.h"
+#include "member.h"
 
 using namespace l1t;
 
@@ -34,7 +32,7 @@ void check_index_routines() {
     for (i64 inc : {1, 2, 3})
       for (std::size_t off : offsets()) {
         if (inc != 1 && (off > 8 || n > 300)) continue;
-        SCOPED_TRACE(std::string("i") + api<T>::name + "amax n=" + std::to_string(n) + " inc=" + std::to_string(inc) +
+        SCOPED_TRACE(std::string("i") + letter<T> + "amax n=" + std::to_string(n) + " inc=" + std::to_string(inc) +
                      " offset=" + std::to_string(off));
         Vec<T> x(n, inc, off);
         x.fill(rng);
@@ -140,26 +138,9 @@ TEST(Level1Extreme, FloatingPointFlagsBeforeTheCallSurviveAndNewOnesAreKept) {
 
 // ---- exported pieces, called in the kernel library directly ----------------
 
-class Member {
- public:
-  Member() {
-    const char* path = std::getenv("QOR_DEF_LIBRARY");
-    if (path != nullptr) handle_ = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-  }
-  ~Member() {
-    if (handle_ != nullptr) dlclose(handle_);
-  }
-  template <class F> F* get(const std::string& name) const {
-    return handle_ != nullptr ? reinterpret_cast<F*>(dlsym(handle_, name.c_str())) : nullptr;
-  }
-
- private:
-  void* handle_ = nullptr;
-};
-
 template <class T>
-void check_pieces(const Member& m) {
-  const std::string l = api<T>::name;
+void check_pieces(const qor::test::Member& m) {
+  const std::string l = letter<T>;
   auto amax = m.get<qor::blas1::amax_kernel_fn<T>>("qor_blas_def_x" + l + "amax_kernel");
   auto amin = m.get<qor::blas1::amax_kernel_fn<T>>("qor_blas_def_x" + l + "amin_kernel");
   auto smax = m.get<qor::blas1::search_kernel_fn<T>>("qor_blas_def_xi" + l + "amax_kernel");
@@ -203,7 +184,7 @@ void check_pieces(const Member& m) {
 }
 
 TEST(Level1Extreme, ExportedValueSearchAndIndexKernels) {
-  Member m;
+  qor::test::Member m;
   check_pieces<float>(m);
   check_pieces<double>(m);
   check_pieces<c32>(m);

@@ -154,6 +154,70 @@ TEST(Level1Interfaces, SparseIndicesInEveryWidthAndBase) {
   EXPECT_EQ(zdotui_(&two, x, idx1, y), c64(1, 1) * c64(1, 0) + c64(2, 0) * c64(0, 1));
 }
 
+// 32-bit indices beyond the converting stack buffer are widened into one
+// allocated block; when none is given the routines run in pieces and give
+// the same vectors (and the dots the same sums within rounding).
+TEST(Level1Interfaces, SparseIndicesWhenNoMemoryIsGiven) {
+  const int nz = 1500;
+  const i64 nz64 = nz, m = 4001;
+  std::vector<int> idx(nz);
+  std::vector<i64> idx64(nz);
+  for (int i = 0; i < nz; ++i) {
+    idx[i] = static_cast<int>((i * 2671) % m + 1);
+    idx64[i] = idx[i];
+  }
+  std::vector<c64> y(m), x(nz);
+  qor::test::Rng rng(43);
+  for (auto& v : y) v = random<c64>(rng);
+  for (auto& v : x) v = random<c64>(rng);
+  const c64 alpha(0.5, -1.5);
+  std::vector<double> ry(m), rx(nz);
+  for (auto& v : ry) v = rng.next();
+  for (auto& v : rx) v = rng.next();
+  const double c = 0.6, s = 0.8;
+  for (bool refuse : {false, true}) {
+    SCOPED_TRACE(refuse ? "no memory" : "one block");
+    std::vector<c64> g(nz), want_g(nz), gz(nz), want_gz(nz), yz = y, want_yz = y, ya = y, want_ya = y;
+    std::vector<double> rxx = rx, want_rx = rx, ryy = ry, want_ry = ry;
+    qor_blas_zgthr(&nz64, y.data(), want_g.data(), idx64.data());
+    qor_blas_zgthrz(&nz64, want_yz.data(), want_gz.data(), idx64.data());
+    qor_blas_zaxpyi(&nz64, &alpha, x.data(), idx64.data(), want_ya.data());
+    qor_blas_droti(&nz64, want_rx.data(), idx64.data(), want_ry.data(), &c, &s);
+    c64 want_dot;
+    qor_blas_zdotci(&want_dot, &nz64, x.data(), idx64.data(), y.data());
+    const double want_rdot = qor_blas_ddoti(&nz64, rx.data(), idx64.data(), ry.data());
+    c64 dot;
+    double rdot;
+    {
+      qor::test::AllocWatch watch;
+      if (refuse) qor_fault_fail_after(QOR_POOL_ALLOCATE, 0);
+      zgthr_(&nz, y.data(), g.data(), idx.data());
+      zgthrz_(&nz, yz.data(), gz.data(), idx.data());
+      zaxpyi_(&nz, &alpha, x.data(), idx.data(), ya.data());
+      droti_(&nz, rxx.data(), idx.data(), ryy.data(), &c, &s);
+      dot = zdotci_(&nz, x.data(), idx.data(), y.data());
+      rdot = ddoti_(&nz, rx.data(), idx.data(), ry.data());
+      if (refuse) {
+        EXPECT_EQ(watch.failures(), 6);
+      } else {
+        EXPECT_EQ(watch.allocations(), 6);
+      }
+    }
+    for (int i = 0; i < nz; ++i) {
+      ASSERT_TRUE(same_bits(g[i], want_g[i])) << i;
+      ASSERT_TRUE(same_bits(gz[i], want_gz[i])) << i;
+      ASSERT_TRUE(same_bits(rxx[i], want_rx[i])) << i;
+    }
+    for (i64 k = 0; k < m; ++k) {
+      ASSERT_TRUE(same_bits(yz[k], want_yz[k])) << k;
+      ASSERT_TRUE(same_bits(ya[k], want_ya[k])) << k;
+      ASSERT_TRUE(same_bits(ryy[k], want_ry[k])) << k;
+    }
+    EXPECT_NEAR(std::abs(dot - want_dot), 0.0, 1e-12 * nz);
+    EXPECT_NEAR(rdot, want_rdot, 1e-12 * nz);
+  }
+}
+
 TEST(Level1Interfaces, ThirtyTwoBitDispatchingForms) {
   const int n = 3, one = 1;
   double x[3] = {1, 2, 3}, y[3] = {1, 1, 1};

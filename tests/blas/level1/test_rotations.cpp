@@ -97,8 +97,12 @@ TEST(Level1Rotations, ModifiedGivensZeroesTheSecondComponent) {
     const double before = cs[0] * cs[2] * cs[2] + cs[1] * y1 * y1;
     EXPECT_NEAR(d1 * x1 * x1, before, 1e-12 * before);
     // Rescaling brings d1 and |d2| into [rgamsq, gamsq].
-    if (d1 != 0) EXPECT_TRUE(d1 > 5.96e-8 && d1 < 16777216.0) << d1;
-    if (d2 != 0) EXPECT_TRUE(std::fabs(d2) > 5.96e-8 && std::fabs(d2) < 16777216.0) << d2;
+    if (d1 != 0) {
+      EXPECT_TRUE(d1 > 5.96e-8 && d1 < 16777216.0) << d1;
+    }
+    if (d2 != 0) {
+      EXPECT_TRUE(std::fabs(d2) > 5.96e-8 && std::fabs(d2) < 16777216.0) << d2;
+    }
   }
 }
 
@@ -124,6 +128,31 @@ TEST(Level1Rotations, ModifiedGivensSpecialCases) {
   qor_blas_srotmg(&f1, &f2, &fx, &fy, fp);
   EXPECT_EQ(fp[0], 0.0f);
   EXPECT_NEAR(fp[2] * 3 + fy, 0.0f, 1e-6f);  // h21 x1 + y1 = 0
+}
+
+// The lower rescaling bound is the literal 5.960464477539e-8, bit pattern
+// 0x3E6FFFFFFFFFFFA2, not 2^-24. With d1 = 0 and y1 = 1 the flag-1 branch
+// makes the new d1 exactly the old d2, so a d1 at the bound is rescaled
+// (flag -1, d1 times 4096^2) and the next value up, or 2^-24, is not.
+TEST(Level1Rotations, ModifiedGivensRescalingBoundIsTheLiteral) {
+  const std::uint64_t bits = 0x3E6FFFFFFFFFFFA2ULL;
+  double bound;
+  std::memcpy(&bound, &bits, sizeof bound);
+  ASSERT_EQ(bound, 5.960464477539e-8);
+  auto run = [](double d2in, double& flag) {
+    double d1 = 0, d2 = d2in, x1 = 5, y1 = 1, p[5] = {};
+    qor_blas_drotmg(&d1, &d2, &x1, &y1, p);
+    flag = p[0];
+    return d1;
+  };
+  double flag;
+  EXPECT_EQ(run(bound, flag), bound * 16777216.0);
+  EXPECT_EQ(flag, -1.0);
+  const double above = std::nextafter(bound, 1.0);
+  EXPECT_EQ(run(above, flag), above);
+  EXPECT_EQ(flag, 1.0);
+  EXPECT_EQ(run(0x1p-24, flag), 0x1p-24);
+  EXPECT_EQ(flag, 1.0);
 }
 
 }  // namespace

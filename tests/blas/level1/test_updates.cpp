@@ -1,7 +1,9 @@
 // Element-wise vector updates against a plain reference, bit for bit: every
 // type, lengths across all block boundaries, paired strides, and bases at
 // 0, 4, 8 and 12 bytes past a 64-byte boundary.
+#include "blas/level1/signatures.h"
 #include "l1_test.h"
+#include "member.h"
 
 using namespace l1t;
 
@@ -31,7 +33,7 @@ void check_axpy_family() {
   const T alpha = make<T>(0.75, -0.5);
   const T beta = make<T>(-1.25, 0.25);
   Layouts<T>::each([&](i64 n, i64 incx, i64 incy, std::size_t ox, std::size_t oy) {
-    SCOPED_TRACE(std::string(api<T>::name) + " n=" + std::to_string(n) + " incx=" + std::to_string(incx) +
+    SCOPED_TRACE(std::string(letter<T>) + " n=" + std::to_string(n) + " incx=" + std::to_string(incx) +
                  " incy=" + std::to_string(incy) + " offsets " + std::to_string(ox) + "," + std::to_string(oy));
     Vec<T> x(n, incx, ox), y(n, incy, oy);
     x.fill(rng);
@@ -84,7 +86,10 @@ void check_axpy_family() {
       want_x[x.pos(i)] = make<T>(c * re(xv) + s * re(yv), c * im(xv) + s * im(yv));
       want_y[y.pos(i)] = make<T>(c * re(yv) - s * re(xv), c * im(yv) - s * im(xv));
     }
-    api<T>::rot(&n, x.ptr(), &incx, y.ptr(), &incy, &c, &s);
+    if constexpr (cplx<T>)
+      api<T>::rrot(&n, x.ptr(), &incx, y.ptr(), &incy, &c, &s);
+    else
+      api<T>::rot(&n, x.ptr(), &incx, y.ptr(), &incy, &c, &s);
     ASSERT_TRUE(same_storage(x, want_x)) << "rot x";
     ASSERT_TRUE(same_storage(y, want_y)) << "rot y";
   });
@@ -105,7 +110,7 @@ void check_scal() {
     for (i64 inc : {1, -1, 2, -3, 0})
       for (std::size_t off : offsets()) {
         if (inc * inc != 1 && off > 8) continue;
-        SCOPED_TRACE(std::string(api<T>::name) + "scal n=" + std::to_string(n) + " inc=" + std::to_string(inc) +
+        SCOPED_TRACE(std::string(letter<T>) + "scal n=" + std::to_string(n) + " inc=" + std::to_string(inc) +
                      " offset=" + std::to_string(off));
         Vec<T> x(n, inc, off);
         x.fill(rng);
@@ -207,6 +212,47 @@ TEST(Level1Updates, AxpyWithNaNAlphaUpdatesYAndWithZeroAlphaLeavesIt) {
     qor_blas_daxpy(&n, &nan, x, &inc, y, &inc);
     for (i64 i = 0; i < n; ++i) EXPECT_TRUE(std::isnan(y[i * inc]));
   }
+}
+
+// The complex axpy of the band solves (xcaxpy_a, xzaxpy_a, reached in the
+// kernel library only) has no test for a zero alpha: it computes the same
+// sums as axpy, and a zero alpha still multiplies, so NaN in x reaches y.
+template <class T>
+void check_axpy_without_zero_test(const qor::test::Member& m) {
+  using Fn = qor::blas1::axpy_fn<T>;
+  const std::string name = std::string("qor_blas_def_x") + letter<T> + "axpy_a";
+  Fn* fn = m.get<Fn>(name);
+  ASSERT_NE(fn, nullptr) << name;
+  qor::test::Rng rng(17);
+  const T alpha = make<T>(-0.5, 1.25);
+  for (i64 n : {0, 1, 2, 3, 4, 7, 8, 9, 33})
+    for (const auto& s : stride_pairs())
+      for (std::size_t off : {std::size_t{0}, std::size_t{8}}) {
+        Vec<T> x(n, s.x, off), y(n, s.y, 0);
+        x.fill(rng);
+        y.fill(rng);
+        std::vector<T> want = y.all();
+        for (i64 i = 0; i < n; ++i) want[y.pos(i)] = want[y.pos(i)] + mul(alpha, x[i]);
+        i64 ix = s.x, iy = s.y;
+        fn(&n, &alpha, x.ptr(), &ix, y.ptr(), &iy);
+        ASSERT_TRUE(same_storage(y, want)) << name << " n " << n << " incx " << ix << " incy " << iy;
+      }
+  const R<T> nan = std::numeric_limits<R<T>>::quiet_NaN();
+  std::vector<T> x = {make<T>(1, 2), make<T>(nan, 0), make<T>(3, 4)};
+  std::vector<T> y(3, make<T>(1, 1)), y_checked = y;
+  const T zero = T(0);
+  const i64 n = 3, one = 1;
+  api<T>::axpy(&n, &zero, x.data(), &one, y_checked.data(), &one);
+  for (const T& v : y_checked) EXPECT_TRUE(same_bits(v, make<T>(1, 1)));
+  fn(&n, &zero, x.data(), &one, y.data(), &one);
+  EXPECT_TRUE(same_bits(y[0], make<T>(1, 1)));
+  EXPECT_TRUE(std::isnan(re(y[1])));
+}
+
+TEST(Level1Updates, ComplexAxpyWithoutTheZeroTest) {
+  qor::test::Member m;
+  check_axpy_without_zero_test<c32>(m);
+  check_axpy_without_zero_test<c64>(m);
 }
 
 TEST(Level1Updates, AxpbyBetaZeroOverwritesNaNAndAlphaZeroBetaOneReturns) {

@@ -91,3 +91,60 @@ QOR_L1_DISPATCH(cdot_fn<::qor::c64 QOR_L1_DISPATCH_C int>, lp64_zdotu)
 
 #undef QOR_L1_DISPATCH
 #undef QOR_L1_DISPATCH_C
+
+namespace qor::blas1 {
+
+// The dispatching names by element type, for code written once for all
+// four. Complex types have dotc/dotu for dot, rscal and rrot for the real
+// factor forms (csscal, csrot), rot for the complex-sine rotation.
+template <class T> struct dispatch;
+
+#define QOR_L1_BY_TYPE_COMMON(l)                        \
+  static constexpr auto axpy = &qor_blas_##l##axpy;     \
+  static constexpr auto axpby = &qor_blas_##l##axpby;   \
+  static constexpr auto copy = &qor_blas_##l##copy;     \
+  static constexpr auto swap = &qor_blas_##l##swap;     \
+  static constexpr auto scal = &qor_blas_##l##scal;     \
+  static constexpr auto iamax = &qor_blas_i##l##amax;   \
+  static constexpr auto iamin = &qor_blas_i##l##amin;   \
+  static constexpr auto gthr = &qor_blas_##l##gthr;     \
+  static constexpr auto gthrz = &qor_blas_##l##gthrz;   \
+  static constexpr auto sctr = &qor_blas_##l##sctr;     \
+  static constexpr auto axpyi = &qor_blas_##l##axpyi;
+#define QOR_L1_BY_TYPE_REAL(l)                          \
+  QOR_L1_BY_TYPE_COMMON(l)                              \
+  static constexpr auto asum = &qor_blas_##l##asum;     \
+  static constexpr auto nrm2 = &qor_blas_##l##nrm2;     \
+  static constexpr auto dot = &qor_blas_##l##dot;       \
+  static constexpr auto rot = &qor_blas_##l##rot;       \
+  static constexpr auto rotm = &qor_blas_##l##rotm;     \
+  static constexpr auto rotg = &qor_blas_##l##rotg;     \
+  static constexpr auto rotmg = &qor_blas_##l##rotmg;   \
+  static constexpr auto doti = &qor_blas_##l##doti;     \
+  static constexpr auto roti = &qor_blas_##l##roti;
+// l: the type letter; r: the real letter (csscal, scabs1); a: the prefix of
+// the real results (scasum, scnrm2).
+#define QOR_L1_BY_TYPE_COMPLEX(l, r, a)                 \
+  QOR_L1_BY_TYPE_COMMON(l)                              \
+  static constexpr auto asum = &qor_blas_##a##asum;     \
+  static constexpr auto nrm2 = &qor_blas_##a##nrm2;     \
+  static constexpr auto dotc = &qor_blas_##l##dotc;     \
+  static constexpr auto dotu = &qor_blas_##l##dotu;     \
+  static constexpr auto rscal = &qor_blas_##l##r##scal; \
+  static constexpr auto rrot = &qor_blas_##l##r##rot;   \
+  static constexpr auto rot = &qor_blas_##l##rot;       \
+  static constexpr auto rotg = &qor_blas_##l##rotg;     \
+  static constexpr auto dotci = &qor_blas_##l##dotci;   \
+  static constexpr auto dotui = &qor_blas_##l##dotui;   \
+  static constexpr auto cabs1 = &qor_blas_##r##cabs1;
+
+template <> struct dispatch<float> { QOR_L1_BY_TYPE_REAL(s) };
+template <> struct dispatch<double> { QOR_L1_BY_TYPE_REAL(d) };
+template <> struct dispatch<c32> { QOR_L1_BY_TYPE_COMPLEX(c, s, sc) };
+template <> struct dispatch<c64> { QOR_L1_BY_TYPE_COMPLEX(z, d, dz) };
+
+#undef QOR_L1_BY_TYPE_COMMON
+#undef QOR_L1_BY_TYPE_REAL
+#undef QOR_L1_BY_TYPE_COMPLEX
+
+}  // namespace qor::blas1
