@@ -184,8 +184,13 @@ void check_close(const std::vector<T>& got, const std::vector<T>& want, const ch
 
 }  // namespace
 
-TEST(Interface, RowMajorComplex) {
+// refuse: no memory is given, so the conjugated vectors of the row-major
+// Hermitian and conjugated calls are made in the caller's own vectors and
+// put back exactly.
+void row_major_complex(bool refuse) {
   using T = c64;
+  qor::test::AllocWatch watch;
+  if (refuse) qor_fault_fail_after(QOR_POOL_ALLOCATE, 0);
   qor::test::Rng rng(51);
   const auto R = CblasRowMajor, C = CblasColMajor;
   const int m = 7, n = 5, ld = 9;
@@ -195,10 +200,12 @@ TEST(Interface, RowMajorComplex) {
     auto cm = to_col(a, m, n, ld, m);
     const int lx = tr == CblasNoTrans ? n : m, ly = tr == CblasNoTrans ? m : n;
     auto x = random<T>(lx * 2, rng);
+    const auto x0 = x;
     auto y = random<T>(ly * 3, rng), y2 = y;
     cblas_zgemv(R, tr, m, n, &alpha, a.data(), ld, x.data(), -2, &beta, y.data(), 3);
     cblas_zgemv(C, tr, m, n, &alpha, cm.data(), m, x.data(), -2, &beta, y2.data(), 3);
     check_close(y, y2, "zgemv");
+    EXPECT_TRUE(x == x0) << "zgemv changed x";
     // Band: A(i, j) at a[(kl + j - i) + i*lda] in row-major order.
     const int kl = 2, ku = 1, lb = 5;
     auto b = random<T>(m * lb, rng);
@@ -220,6 +227,7 @@ TEST(Interface, RowMajorComplex) {
     cblas_zhemv(R, up, n, &alpha, a.data(), ld, x.data(), 2, &beta, y.data(), 1);
     cblas_zhemv(C, up, n, &alpha, cm.data(), n, x.data(), 2, &beta, y2.data(), 1);
     check_close(y, y2, "zhemv");
+    const auto x0 = x;
     // Packed and band forms of the same triangle.
     std::vector<T> pr(n * (n + 1) / 2), pc(pr.size());
     const int k = 2, lb = 4;
@@ -243,6 +251,7 @@ TEST(Interface, RowMajorComplex) {
     cblas_zhbmv(R, up, n, k, &alpha, br.data(), lb, x.data(), 1, &beta, y.data(), -1);
     cblas_zhbmv(C, up, n, k, &alpha, bc.data(), lb, x.data(), 1, &beta, y2.data(), -1);
     check_close(y, y2, "zhbmv");
+    EXPECT_TRUE(x == x0) << "zhemv, zhpmv or zhbmv changed x";
     for (auto tr : {CblasNoTrans, CblasTrans, CblasConjTrans})
       for (auto dg : {CblasNonUnit, CblasUnit}) {
         // Diagonals away from 0 for the solves.
@@ -277,6 +286,7 @@ TEST(Interface, RowMajorComplex) {
       }
     // Hermitian updates: compare the row-major result, seen column-major.
     auto xv = random<T>(n, rng), yv = random<T>(n, rng);
+    const auto xv0 = xv, yv0 = yv;
     auto ar = a, ac = cm;
     cblas_zher(R, up, n, 0.75, xv.data(), 1, ar.data(), ld);
     cblas_zher(C, up, n, 0.75, xv.data(), 1, ac.data(), n);
@@ -293,12 +303,15 @@ TEST(Interface, RowMajorComplex) {
       for (int j = 0; j < n; ++j)
         if (!(lower ? i < j : i > j)) back[packed_at(lower, n, i, j)] = prr[rm_packed(lower, n, i, j)];
     check_close(back, pcc, "zhpr, zhpr2");
+    EXPECT_TRUE(xv == xv0 && yv == yv0) << "a Hermitian update changed x or y";
   }
   // Rank one, both conjugations, and gem2vc.
   auto a = random<T>(m * ld, rng);
   auto cm = to_col(a, m, n, ld, m);
   auto x = random<T>(m, rng), y = random<T>(n * 2, rng);
+  const auto y0 = y;
   cblas_zgerc(R, m, n, &alpha, x.data(), 1, y.data(), 2, a.data(), ld);
+  EXPECT_TRUE(y == y0) << "zgerc changed y";
   cblas_zgerc(C, m, n, &alpha, x.data(), 1, y.data(), 2, cm.data(), m);
   cblas_zgeru(R, m, n, &alpha, x.data(), -1, y.data(), 1, a.data(), ld);
   cblas_zgeru(C, m, n, &alpha, x.data(), -1, y.data(), 1, cm.data(), m);
@@ -309,6 +322,14 @@ TEST(Interface, RowMajorComplex) {
   cblas_zgem2vc(C, m, n, &alpha, cm.data(), m, x1.data(), 1, x2.data(), 1, &beta, y1c.data(), 1, y2c.data(), 1);
   check_close(y1, y1c, "zgem2vc y1");
   check_close(y2, y2c, "zgem2vc y2");
+  if (refuse) {
+    EXPECT_GT(watch.failures(), 0) << "nothing asked for memory";
+  }
+}
+
+TEST(Interface, RowMajorComplex) {
+  row_major_complex(false);
+  row_major_complex(true);
 }
 
 TEST(Interface, RowMajorReal) {

@@ -46,7 +46,9 @@ void check_sym(Form form, char uplo, i64 n, i64 k, i64 incx, i64 incy, qor::test
     } else {
       Calls<T>::sbmv(&uplo, &n, &k, &alpha, store.data(), &lda, x.data(), &incx, &beta, y.data(), &incy);
     }
-    if (fail) EXPECT_GE(watch.failures(), 1) << "the fallback was not taken";
+    if (fail) {
+      EXPECT_GE(watch.failures(), 1) << "the fallback was not taken";
+    }
   }
   EXPECT_LE(maxdiff(y, want), tol<T>(n) * 4)
       << "form " << int(form) << " uplo " << uplo << " n " << n << " k " << k << " incx " << incx << " incy " << incy;

@@ -71,7 +71,9 @@ void check_tri(const Case& c, bool solve, qor::test::Rng& rng, int fail = 0) {
     } else {
       (solve ? Calls<T>::tbsv : Calls<T>::tbmv)(u, &op, d, &n, &k, store.data(), &lda, x.data(), &incx);
     }
-    if (fail) EXPECT_GE(watch.failures(), 1);
+    if (fail) {
+      EXPECT_GE(watch.failures(), 1);
+    }
   }
   // Product: x must equal op(A) b. Solve: op(A) x must equal b.
   auto lhs = solve ? x : b;

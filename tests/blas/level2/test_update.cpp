@@ -33,9 +33,11 @@ void check_ger(bool first, i64 m, i64 n, i64 incx, i64 incy, qor::test::Rng& rng
     qor::test::AllocWatch watch;
     if (fail == 1) qor_fault_fail_next(QOR_POOL_ALLOCATE, 1);
     if (fail == 2) qor_fault_fail_after(QOR_POOL_ALLOCATE, 0);
-    auto f = first ? Calls<T>::ger : Calls<T>::ger2;
+    auto f = first ? Calls<T>::ger : Calls<T>::geru;
     f(&m, &n, &alpha, x.data(), &incx, y.data(), &incy, a.data(), &lda);
-    if (fail) EXPECT_GE(watch.failures(), 1);
+    if (fail) {
+      EXPECT_GE(watch.failures(), 1);
+    }
   }
   EXPECT_LE(maxdiff(a, want), tol<T>(2)) << "m " << m << " n " << n << " incx " << incx << " incy " << incy;
 }
@@ -79,7 +81,9 @@ void check_syr(bool two, bool packed, char uplo, i64 n, i64 incx, i64 incy, qor:
     if (!two && packed) Calls<T>::spr(&uplo, &n, al1, x.data(), &incx, a.data());
     if (two && !packed) Calls<T>::syr2(&uplo, &n, &alpha, x.data(), &incx, y.data(), &incy, a.data(), &lda);
     if (two && packed) Calls<T>::spr2(&uplo, &n, &alpha, x.data(), &incx, y.data(), &incy, a.data());
-    if (fail) EXPECT_GE(watch.failures(), 1);
+    if (fail) {
+      EXPECT_GE(watch.failures(), 1);
+    }
   }
   EXPECT_LE(maxdiff(a, want), tol<T>(4)) << "two " << two << " packed " << packed << " uplo " << uplo << " n " << n
                                          << " incx " << incx << " incy " << incy;

@@ -45,19 +45,24 @@ void gemv_row_conj(i64 m, i64 n, const T* alpha, const T* a, i64 lda, const T* x
   conj_in_place(n, y, incy);
 }
 
+// The argument test of gemv, shared by the real-matrix complex-vector forms.
+template <class Int>
+int gemv_check(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE tr, Int m, Int n, Int lda, Int incx, Int incy) {
+  if (bad_layout(layout)) return 1;
+  if (bad_trans(tr)) return 2;
+  if (m < 0) return 3;
+  if (n < 0) return 4;
+  if (lda < at_least_1(layout == CblasColMajor ? m : n)) return 7;
+  if (incx == 0) return 9;
+  if (incy == 0) return 12;
+  return 0;
+}
+
 template <class T, class Int>
 void gemv(const char* name, CBLAS_LAYOUT layout, CBLAS_TRANSPOSE tr, Int m, Int n, const T* alpha, const T* a,
           Int lda, const T* x, Int incx, const T* beta, T* y, Int incy) {
   const bool col = layout == CblasColMajor;
-  int pos = 0;
-  if (bad_layout(layout)) pos = 1;
-  else if (bad_trans(tr)) pos = 2;
-  else if (m < 0) pos = 3;
-  else if (n < 0) pos = 4;
-  else if (lda < at_least_1(col ? m : n)) pos = 7;
-  else if (incx == 0) pos = 9;
-  else if (incy == 0) pos = 12;
-  if (bad(name, pos)) return;
+  if (bad(name, gemv_check(layout, tr, m, n, lda, incx, incy))) return;
   i64 M = m, N = n, LDA = lda, IX = incx, IY = incy;
   if (col) {
     const char t = trans_letter(tr);
@@ -74,15 +79,7 @@ template <class R, class C, class Int>
 void mixed(const char* name, CBLAS_LAYOUT layout, CBLAS_TRANSPOSE tr, Int m, Int n, const C* alpha, const R* a,
            Int lda, const C* x, Int incx, const C* beta, C* y, Int incy) {
   const bool col = layout == CblasColMajor;
-  int pos = 0;
-  if (bad_layout(layout)) pos = 1;
-  else if (bad_trans(tr)) pos = 2;
-  else if (m < 0) pos = 3;
-  else if (n < 0) pos = 4;
-  else if (lda < at_least_1(col ? m : n)) pos = 7;
-  else if (incx == 0) pos = 9;
-  else if (incy == 0) pos = 12;
-  if (bad(name, pos)) return;
+  if (bad(name, gemv_check(layout, tr, m, n, lda, incx, incy))) return;
   i64 M = m, N = n, LDA = lda, IX = incx, IY = incy;
   // The matrix is real: its conjugate transpose is its transpose.
   const char t = col ? trans_letter(tr) : (tr == CblasNoTrans ? 'T' : 'N');
@@ -364,15 +361,6 @@ void gem2v(const char* name, CBLAS_LAYOUT layout, Int m, Int n, const T* alpha, 
     D<T>::gemv("T", &N, &M, alpha, a, &LDA, x1, &IX1, beta, y1, &IY1);
     gemv_row_conj<T>(M, N, alpha, a, LDA, x2, IX2, beta, y2, IY2);
   }
-}
-
-template <class T>
-const T* cp(const void* p) {
-  return static_cast<const T*>(p);
-}
-template <class T>
-T* mp(void* p) {
-  return static_cast<T*>(p);
 }
 
 }  // namespace

@@ -21,26 +21,22 @@ bool bad(const char* name, Int info) {
   return true;
 }
 
-template <class T>
-const T* cp(const void* p) {
-  return static_cast<const T*>(p);
-}
-template <class T>
-T* mp(void* p) {
-  return static_cast<T*>(p);
+// The argument test of gemv, shared by the real-matrix complex-vector forms.
+template <class Int>
+Int gemv_check(const char* tr, const Int* m, const Int* n, const Int* lda, const Int* incx, const Int* incy) {
+  if (!is_trans(tr)) return 1;
+  if (*m < 0) return 2;
+  if (*n < 0) return 3;
+  if (*lda < at_least_1(*m)) return 6;
+  if (*incx == 0) return 8;
+  if (*incy == 0) return 11;
+  return 0;
 }
 
 template <class T, class Int>
 void gemv(const char* name, const char* tr, const Int* m, const Int* n, const void* alpha, const void* a,
           const Int* lda, const void* x, const Int* incx, const void* beta, void* y, const Int* incy) {
-  Int info = 0;
-  if (!is_trans(tr)) info = 1;
-  else if (*m < 0) info = 2;
-  else if (*n < 0) info = 3;
-  else if (*lda < at_least_1(*m)) info = 6;
-  else if (*incx == 0) info = 8;
-  else if (*incy == 0) info = 11;
-  if (bad(name, info)) return;
+  if (bad(name, gemv_check(tr, m, n, lda, incx, incy))) return;
   const i64 M = *m, N = *n, LDA = *lda, IX = *incx, IY = *incy;
   D<T>::gemv(tr, &M, &N, cp<T>(alpha), cp<T>(a), &LDA, cp<T>(x), &IX, cp<T>(beta), mp<T>(y), &IY);
 }
@@ -49,14 +45,7 @@ void gemv(const char* name, const char* tr, const Int* m, const Int* n, const vo
 template <class R, class C, class Int>
 void mixed(const char* name, const char* tr, const Int* m, const Int* n, const void* alpha, const R* a,
            const Int* lda, const void* x, const Int* incx, const void* beta, void* y, const Int* incy) {
-  Int info = 0;
-  if (!is_trans(tr)) info = 1;
-  else if (*m < 0) info = 2;
-  else if (*n < 0) info = 3;
-  else if (*lda < at_least_1(*m)) info = 6;
-  else if (*incx == 0) info = 8;
-  else if (*incy == 0) info = 11;
-  if (bad(name, info)) return;
+  if (bad(name, gemv_check(tr, m, n, lda, incx, incy))) return;
   const i64 M = *m, N = *n, LDA = *lda, IX = *incx, IY = *incy;
   if constexpr (std::is_same_v<R, float>) {
     qor_blas_scgemv(tr, &M, &N, cp<C>(alpha), a, &LDA, cp<C>(x), &IX, cp<C>(beta), mp<C>(y), &IY);

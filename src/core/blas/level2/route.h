@@ -5,10 +5,10 @@
 #pragma once
 #include <complex>
 #include <cstdint>
-#include <new>
 
 #include "blas/common/interface.h"
 #include "blas/level2/dispatch.h"
+#include "frame/services.h"
 
 namespace qor::core::l2 {
 
@@ -16,36 +16,20 @@ using i64 = std::int64_t;
 using ::qor::c32;
 using ::qor::c64;
 
-template <class T> struct D;
-#define QOR_L2_ROUTE(t, T, sy, sb, sp, r1, p1, r2, p2, g1, g2, g2v) \
-  template <> struct D<T> {                                         \
-    static constexpr auto gemv = &qor_blas_##t##gemv;               \
-    static constexpr auto gbmv = &qor_blas_##t##gbmv;               \
-    static constexpr auto trmv = &qor_blas_##t##trmv;               \
-    static constexpr auto trsv = &qor_blas_##t##trsv;               \
-    static constexpr auto tbmv = &qor_blas_##t##tbmv;               \
-    static constexpr auto tbsv = &qor_blas_##t##tbsv;               \
-    static constexpr auto tpmv = &qor_blas_##t##tpmv;               \
-    static constexpr auto tpsv = &qor_blas_##t##tpsv;               \
-    static constexpr auto symv = &qor_blas_##t##sy;                 \
-    static constexpr auto sbmv = &qor_blas_##t##sb;                 \
-    static constexpr auto spmv = &qor_blas_##t##sp;                 \
-    static constexpr auto syr = &qor_blas_##t##r1;                  \
-    static constexpr auto spr = &qor_blas_##t##p1;                  \
-    static constexpr auto syr2 = &qor_blas_##t##r2;                 \
-    static constexpr auto spr2 = &qor_blas_##t##p2;                 \
-    static constexpr auto ger = &qor_blas_##t##g1;                  \
-    static constexpr auto geru = &qor_blas_##t##g2;                 \
-    static constexpr auto gem2v = &qor_blas_##t##g2v;               \
-  };
-QOR_L2_ROUTE(s, float, symv, sbmv, spmv, syr, spr, syr2, spr2, ger, ger, gem2vu)
-QOR_L2_ROUTE(d, double, symv, sbmv, spmv, syr, spr, syr2, spr2, ger, ger, gem2vu)
-QOR_L2_ROUTE(c, c32, hemv, hbmv, hpmv, her, hpr, her2, hpr2, gerc, geru, gem2vc)
-QOR_L2_ROUTE(z, c64, hemv, hbmv, hpmv, her, hpr, her2, hpr2, gerc, geru, gem2vc)
-#undef QOR_L2_ROUTE
+template <class T> using D = ::qor::blas2::dispatch<T>;
 
 template <class T>
 inline constexpr bool cplx = is_complex_v<T>;
+
+// Public arrays arrive as void pointers (complex) or as the real type.
+template <class T>
+inline const T* cp(const void* p) {
+  return static_cast<const T*>(p);
+}
+template <class T>
+inline T* mp(void* p) {
+  return static_cast<T*>(p);
+}
 
 // Option letters, either case.
 inline bool is_trans(const char* c) {
@@ -84,9 +68,10 @@ inline void conj_in_place(i64 n, T* x, i64 inc) {
   }
 }
 
-// The conjugate of a caller's vector, for the row-major Hermitian calls: a
-// contiguous copy when memory can be had; otherwise the caller's vector is
-// conjugated in place and put back exactly when the view dies.
+// The conjugate of a caller's vector, for the row-major Hermitian and
+// conjugated calls: a contiguous copy in a block from the allocate pool
+// when one can be had; otherwise the caller's vector is conjugated in place
+// and put back, bit for bit, when the view dies.
 template <class T>
 class Conjugated {
  public:
@@ -95,7 +80,7 @@ class Conjugated {
       p_ = src_;
       return;
     }
-    copy_ = new (std::nothrow) T[static_cast<std::size_t>(n)];
+    copy_ = static_cast<T*>(qor_serv_allocate(n * static_cast<i64>(sizeof(T)), 64));
     if (copy_ != nullptr) {
       const T* first = inc < 0 ? x + (1 - n) * inc : x;
       for (i64 i = 0; i < n; ++i) copy_[i] = conj(first[i * inc]);
@@ -109,7 +94,7 @@ class Conjugated {
   }
   ~Conjugated() {
     if (copy_ != nullptr) {
-      delete[] copy_;
+      qor_serv_deallocate(copy_);
     } else if (n_ > 0) {
       conj_in_place(n_, src_, inc_);
     }

@@ -128,3 +128,39 @@
 #define QOR_L2D_DECLARE(name, kernel, params, args) QOR_L2_DISPATCH void qor_blas_##name params;
 QOR_L2D_ALL(QOR_L2D_DECLARE)
 #undef QOR_L2D_DECLARE
+
+namespace qor::blas2 {
+
+// The dispatching names by element type, for code written once for all
+// four: the symmetric (real) or Hermitian (complex) members under one name
+// each; ger is ger or gerc, geru is ger or geru.
+template <class T> struct dispatch;
+
+#define QOR_L2D_BY_TYPE(t, T, sy, sb, sp, r1, p1, r2, p2, g1, g2, g2v) \
+  template <> struct dispatch<T> {                                    \
+    static constexpr auto gemv = &qor_blas_##t##gemv;                 \
+    static constexpr auto gbmv = &qor_blas_##t##gbmv;                 \
+    static constexpr auto trmv = &qor_blas_##t##trmv;                 \
+    static constexpr auto trsv = &qor_blas_##t##trsv;                 \
+    static constexpr auto tbmv = &qor_blas_##t##tbmv;                 \
+    static constexpr auto tbsv = &qor_blas_##t##tbsv;                 \
+    static constexpr auto tpmv = &qor_blas_##t##tpmv;                 \
+    static constexpr auto tpsv = &qor_blas_##t##tpsv;                 \
+    static constexpr auto symv = &qor_blas_##t##sy;                   \
+    static constexpr auto sbmv = &qor_blas_##t##sb;                   \
+    static constexpr auto spmv = &qor_blas_##t##sp;                   \
+    static constexpr auto syr = &qor_blas_##t##r1;                    \
+    static constexpr auto spr = &qor_blas_##t##p1;                    \
+    static constexpr auto syr2 = &qor_blas_##t##r2;                   \
+    static constexpr auto spr2 = &qor_blas_##t##p2;                   \
+    static constexpr auto ger = &qor_blas_##t##g1;                    \
+    static constexpr auto geru = &qor_blas_##t##g2;                   \
+    static constexpr auto gem2v = &qor_blas_##t##g2v;                 \
+  };
+QOR_L2D_BY_TYPE(s, float, symv, sbmv, spmv, syr, spr, syr2, spr2, ger, ger, gem2vu)
+QOR_L2D_BY_TYPE(d, double, symv, sbmv, spmv, syr, spr, syr2, spr2, ger, ger, gem2vu)
+QOR_L2D_BY_TYPE(c, ::qor::c32, hemv, hbmv, hpmv, her, hpr, her2, hpr2, gerc, geru, gem2vc)
+QOR_L2D_BY_TYPE(z, ::qor::c64, hemv, hbmv, hpmv, her, hpr, her2, hpr2, gerc, geru, gem2vc)
+#undef QOR_L2D_BY_TYPE
+
+}  // namespace qor::blas2
