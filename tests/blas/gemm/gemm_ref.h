@@ -5,6 +5,7 @@
 // alpha A (B t) + beta C0 t, and by a sample of elements including the last
 // rows and columns, where the tails are.
 #pragma once
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstdint>
@@ -145,6 +146,41 @@ std::string check_gemm(char ta, char tb, i64 m, i64 n, i64 k, T alpha, const Mat
     if (!(std::abs(lhs - rhs) <= bound)) return "row " + std::to_string(i) + " of C t differs from the reference";
   }
   return {};
+}
+
+// One call of a GEMM on fresh random operands, checked: the letters, the
+// shape, alpha and beta, extra rows in every leading dimension, and an
+// offset of C in its storage (to misalign it).
+struct Case {
+  char ta = 'N', tb = 'N';
+  i64 m = 0, n = 0, k = 0;
+  double alpha = 1.0, beta = 0.5;
+  i64 pad = 0;       // extra rows in every leading dimension
+  i64 c_offset = 0;  // C starts this many elements into its storage
+};
+
+inline std::string describe(const Case& c) {
+  return std::string(1, c.ta) + c.tb + " m=" + std::to_string(c.m) + " n=" + std::to_string(c.n) +
+         " k=" + std::to_string(c.k) + " alpha=" + std::to_string(c.alpha) + " beta=" + std::to_string(c.beta) +
+         " pad=" + std::to_string(c.pad) + " off=" + std::to_string(c.c_offset);
+}
+
+// Runs the case through `gemm` (the reference arguments, 64-bit integers)
+// with the given alpha and beta; returns the failure text or "".
+template <class T, class Gemm>
+std::string run_case(const Case& c, T alpha, T beta, Gemm gemm, std::uint64_t seed) {
+  const bool na = (c.ta & 0xDF) == 'N', nb = (c.tb & 0xDF) == 'N';
+  const i64 ar = na ? c.m : c.k, ac = na ? c.k : c.m, br = nb ? c.k : c.n, bc = nb ? c.n : c.k;
+  qor::test::Rng rng(seed);
+  Mat<T> A(ar, ac, std::max<i64>(1, ar) + c.pad), B(br, bc, std::max<i64>(1, br) + c.pad);
+  Mat<T> C(c.m, c.n, std::max<i64>(1, c.m) + c.pad, c.c_offset);
+  A.fill(rng);
+  B.fill(rng);
+  C.fill(rng);
+  const Mat<T> C0 = C;
+  gemm(&c.ta, &c.tb, &c.m, &c.n, &c.k, &alpha, A.p(), &A.ld, B.p(), &B.ld, &beta, C.p(), &C.ld);
+  std::string e = check_gemm<T>(c.ta, c.tb, c.m, c.n, c.k, alpha, A, B, beta, C0, C);
+  return e.empty() ? e : describe(c) + ": " + e;
 }
 
 }  // namespace gemm_test

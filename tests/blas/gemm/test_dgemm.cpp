@@ -15,37 +15,14 @@
 namespace {
 
 using gemm_test::i64;
+using gemm_test::Case;
+using gemm_test::describe;
 using gemm_test::Mat;
-
-struct Case {
-  char ta = 'N', tb = 'N';
-  i64 m = 0, n = 0, k = 0;
-  double alpha = 1.0, beta = 0.5;
-  i64 pad = 0;       // extra rows in every leading dimension
-  i64 c_offset = 0;  // C starts this many elements into its storage
-};
-
-std::string describe(const Case& c) {
-  return std::string(1, c.ta) + c.tb + " m=" + std::to_string(c.m) + " n=" + std::to_string(c.n) +
-         " k=" + std::to_string(c.k) + " alpha=" + std::to_string(c.alpha) + " beta=" + std::to_string(c.beta) +
-         " pad=" + std::to_string(c.pad) + " off=" + std::to_string(c.c_offset);
-}
 
 // Runs one case through the dispatching name and checks it; returns the
 // failure text or "".
 std::string run(const Case& c, std::uint64_t seed = 1) {
-  const bool na = (c.ta & 0xDF) == 'N', nb = (c.tb & 0xDF) == 'N';
-  const i64 ar = na ? c.m : c.k, ac = na ? c.k : c.m, br = nb ? c.k : c.n, bc = nb ? c.n : c.k;
-  qor::test::Rng rng(seed);
-  Mat<double> A(ar, ac, std::max<i64>(1, ar) + c.pad), B(br, bc, std::max<i64>(1, br) + c.pad);
-  Mat<double> C(c.m, c.n, std::max<i64>(1, c.m) + c.pad, c.c_offset);
-  A.fill(rng);
-  B.fill(rng);
-  C.fill(rng);
-  Mat<double> C0 = C;
-  qor_blas_dgemm(&c.ta, &c.tb, &c.m, &c.n, &c.k, &c.alpha, A.p(), &A.ld, B.p(), &B.ld, &c.beta, C.p(), &C.ld);
-  std::string e = gemm_test::check_gemm<double>(c.ta, c.tb, c.m, c.n, c.k, c.alpha, A, B, c.beta, C0, C);
-  return e.empty() ? e : describe(c) + ": " + e;
+  return gemm_test::run_case<double>(c, c.alpha, c.beta, &qor_blas_dgemm, seed);
 }
 
 class Dgemm : public ::testing::Test {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <array>
 #include <cstdlib>
+#include <limits>
 #include <tuple>
 #include <string>
 #include <vector>
@@ -229,6 +230,140 @@ TEST(DgemmBodies, EveryExportedBodyComputesTheProduct) {
       f(&s.ta, &s.tb, &s.m, &s.n, &s.k, &alpha, A.p(), &A.ld, B.p(), &B.ld, &beta, C.p(), &C.ld);
       ASSERT_EQ(gemm_test::check_gemm<double>(s.ta, s.tb, s.m, s.n, s.k, alpha, A, B, beta, C0, C), "")
           << body.name << " " << s.ta << s.tb << " " << s.m << "x" << s.n << "x" << s.k;
+    }
+  }
+}
+
+// ---- Packing and the baseline kernel ------------------------------------------
+
+// Checks a panel against its strips: each strip of width w holds, for each
+// of kp depth steps, w elements side by side; `value(r, l)` gives the
+// element at row (or column) r of the block and depth l, and is 0 past the
+// block.
+template <class V>
+std::string check_panel(const std::vector<double>& panel, const std::vector<i64>& widths, i64 kp, V value) {
+  std::size_t q = 0;
+  i64 r0 = 0;
+  for (i64 w : widths) {
+    for (i64 l = 0; l < kp; ++l)
+      for (i64 r = 0; r < w; ++r, ++q)
+        if (!(panel[q] == value(r0 + r, l)))
+          return "strip at " + std::to_string(r0) + " width " + std::to_string(w) + ": element " + std::to_string(r) +
+                 " of depth " + std::to_string(l) + " is " + std::to_string(panel[q]);
+    r0 += w;
+  }
+  for (; q < panel.size(); ++q)
+    if (panel[q] != -7.0) return "written past the panel at " + std::to_string(q);
+  return {};
+}
+
+TEST(DgemmPacking, EveryCopyWritesItsStripLayoutWithZeroPadding) {
+  using CopyA = decltype(qor_blas_def_dgemm_copyan);
+  using CopyB = decltype(qor_blas_def_dgemm_copybn);
+  qor::test::Rng rng(21);
+  Mat<double> src(40, 40, 43);
+  src.fill(rng);
+  const double alpha = -2.0;
+  // Element (i, l) of op(A) times alpha, (l, j) of op(B), 0 outside the block.
+  auto a_val = [&](bool trans, i64 rows, i64 depth) {
+    return [&, trans, rows, depth](i64 i, i64 l) {
+      return i < rows && l < depth ? alpha * (trans ? src.at(l, i) : src.at(i, l)) : 0.0;
+    };
+  };
+  auto b_val = [&](bool trans, i64 cols, i64 depth) {
+    return [&, trans, cols, depth](i64 j, i64 l) { return j < cols && l < depth ? (trans ? src.at(j, l) : src.at(l, j)) : 0.0; };
+  };
+  struct A {
+    const char* name;
+    bool trans;
+    i64 rows, depth, kp;
+    std::vector<i64> widths;
+  };
+  const A as[] = {
+      {"qor_blas_def_dgemm_copyan", false, 6, 9, 12, {2, 2, 2}},  // depth padded to a multiple of 4
+      {"qor_blas_def_dgemm_copyat", true, 4, 8, 8, {2, 2}},
+      {"qor_blas_def_dgemm_copyan_bdz", false, 25, 5, 6, {12, 12, 12}},  // an odd depth: one step of zeros
+      {"qor_blas_def_dgemm_copyat_bdz", true, 24, 7, 8, {12, 12}},
+      {"qor_blas_def_dgemm_copyan_0_brc", false, 6, 5, 8, {4, 4}},  // the last strip padded with zero rows
+      {"qor_blas_def_dgemm_copyat_0_brc", true, 7, 6, 8, {4, 4}},
+      {"qor_blas_def_dgemm_copyan_1_brc", false, 7, 5, 8, {4, 3}},  // the last strip at its own width
+      {"qor_blas_def_dgemm_copyat_1_brc", true, 6, 9, 12, {4, 2}},
+  };
+  for (const A& c : as) {
+    std::vector<double> panel(static_cast<std::size_t>(c.kp * 40 + 64), -7.0);
+    std::size_t used = 0;
+    for (i64 w : c.widths) used += static_cast<std::size_t>(w * c.kp);
+    panel.resize(used + 16);
+    fn<CopyA>(c.name)(&c.rows, &c.depth, src.p(), &src.ld, panel.data(), &alpha);
+    EXPECT_EQ(check_panel(panel, c.widths, c.kp, a_val(c.trans, c.rows, c.depth)), "") << c.name;
+  }
+  struct B {
+    const char* name;
+    bool trans;
+    i64 depth, cols, kp;
+    std::vector<i64> widths;
+  };
+  const B bs[] = {
+      {"qor_blas_def_dgemm_copybn", false, 5, 20, 8, {12, 8}},  // strips of 12, then one of 8 or 4
+      {"qor_blas_def_dgemm_copybt", true, 8, 28, 8, {12, 12, 4}},
+      {"qor_blas_def_dgemm_copybn_bdz", false, 7, 8, 8, {4, 4}},  // depth padded to even
+      {"qor_blas_def_dgemm_copybt_bdz", true, 4, 12, 4, {4, 4, 4}},
+      {"qor_blas_def_dgemm_copybn_brc", false, 6, 11, 8, {4, 4, 3}},
+      {"qor_blas_def_dgemm_copybt_brc", true, 9, 6, 12, {4, 2}},
+  };
+  for (const B& c : bs) {
+    std::size_t used = 0;
+    for (i64 w : c.widths) used += static_cast<std::size_t>(w * c.kp);
+    std::vector<double> panel(used + 16, -7.0);
+    fn<CopyB>(c.name)(&c.depth, &c.cols, src.p(), &src.ld, panel.data());
+    EXPECT_EQ(check_panel(panel, c.widths, c.kp, b_val(c.trans, c.cols, c.depth)), "") << c.name;
+  }
+}
+
+// The straight-line kernel leaves its chain at the depth it is given and
+// reads nothing past it (NaN there would reach C); the one without exits
+// runs all 128 steps. C misaligned by 8 bytes takes the unaligned branch.
+TEST(DgemmPacking, BaselineKernelStopsAtItsDepth) {
+  using Inner = decltype(qor_blas_def_dgemm_inner);
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  qor::test::Rng rng(4);
+  const i64 m = 6, n = 20;
+  // The kernel reads its panels and its expanded area with aligned loads.
+  auto aligned = [](std::vector<double>& v) {
+    return reinterpret_cast<double*>((reinterpret_cast<std::uintptr_t>(v.data()) + 63) & ~std::uintptr_t{63});
+  };
+  std::vector<double> expanded_store(12 * 2 * 128 + 8);
+  for (const char* name : {"qor_blas_def_dgemm_inner", "qor_blas_def_dgemm_inner_general"}) {
+    const bool general = std::string(name).find("general") != std::string::npos;
+    for (i64 depth : {4, 8, 52, 124, 128}) {
+      if (general && depth != 128) continue;
+      for (i64 off : {0, 1}) {
+        // Panels packed for this depth, then NaN up to 128 steps.
+        std::vector<double> ap_store(m * 128 + 8, nan), bp_store(n * 128 + 8, nan);
+        double *ap = aligned(ap_store), *bp = aligned(bp_store);
+        for (i64 i = 0; i < m * depth; ++i) ap[i] = rng.next();
+        i64 done = 0;
+        for (i64 w : {12, 8}) {
+          for (i64 q = 0; q < w * depth; ++q) bp[done + q] = rng.next();
+          done += w * depth;
+        }
+        Mat<double> C(m, n, m + 1, off);
+        C.fill(rng);
+        const Mat<double> C0 = C;
+        const i64 zero = 0;
+        const double one = 1.0;
+        fn<Inner>(name)(&m, &n, &depth, ap, bp, &zero, C.p(), &C.ld, aligned(expanded_store), &one);
+        // Reference from the panels: A strip of 2 rows, B strips of 12 and 8.
+        for (i64 j = 0; j < n; ++j)
+          for (i64 i = 0; i < m; ++i) {
+            const i64 w = j < 12 ? 12 : 8, j0 = j < 12 ? 0 : 12, bbase = j < 12 ? 0 : 12 * depth;
+            long double s = 0;
+            for (i64 l = 0; l < depth; ++l)
+              s += static_cast<long double>(ap[(i / 2) * 2 * depth + l * 2 + i % 2]) * bp[bbase + l * w + (j - j0)];
+            const long double want = s + C0.p()[i + j * C0.ld];
+            ASSERT_LE(std::abs(C.at(i, j) - want), 1e-13L * (depth + 4)) << name << " depth " << depth << " off " << off;
+          }
+      }
     }
   }
 }

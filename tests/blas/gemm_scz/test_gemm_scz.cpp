@@ -6,8 +6,10 @@
 #include <cmath>
 #include <complex>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "blas/gemm/gemm_ref.h"
 #include "blas/gemm_scz/dispatch.h"
@@ -51,19 +53,8 @@ template <> struct facts<c64> {
   static constexpr const char* name = "ZGEMM";
 };
 
-struct Case {
-  char ta = 'N', tb = 'N';
-  i64 m = 0, n = 0, k = 0;
-  double alpha = 1.0, beta = 0.5;
-  i64 pad = 0;       // extra rows in every leading dimension
-  i64 c_offset = 0;  // C starts this many elements into its storage
-};
-
-std::string describe(const Case& c) {
-  return std::string(1, c.ta) + c.tb + " m=" + std::to_string(c.m) + " n=" + std::to_string(c.n) +
-         " k=" + std::to_string(c.k) + " alpha=" + std::to_string(c.alpha) + " beta=" + std::to_string(c.beta) +
-         " pad=" + std::to_string(c.pad) + " off=" + std::to_string(c.c_offset);
-}
+using gemm_test::Case;
+using gemm_test::describe;
 
 // A scalar of type T from a real value; complex ones get an imaginary part
 // too, so that the complex arithmetic of alpha and beta is exercised.
@@ -75,19 +66,9 @@ template <class T> T scalar(double v) {
 // Runs one case through the dispatching name and checks it; returns the
 // failure text or "".
 template <class T> std::string run(const Case& c, std::uint64_t seed = 1) {
-  const bool na = (c.ta & 0xDF) == 'N', nb = (c.tb & 0xDF) == 'N';
-  const i64 ar = na ? c.m : c.k, ac = na ? c.k : c.m, br = nb ? c.k : c.n, bc = nb ? c.n : c.k;
-  qor::test::Rng rng(seed);
-  Mat<T> A(ar, ac, std::max<i64>(1, ar) + c.pad), B(br, bc, std::max<i64>(1, br) + c.pad);
-  Mat<T> C(c.m, c.n, std::max<i64>(1, c.m) + c.pad, c.c_offset);
-  A.fill(rng);
-  B.fill(rng);
-  C.fill(rng);
-  Mat<T> C0 = C;
-  const T alpha = scalar<T>(c.alpha), beta = scalar<T>(c.beta);
-  call(&c.ta, &c.tb, &c.m, &c.n, &c.k, &alpha, A.p(), &A.ld, B.p(), &B.ld, &beta, C.p(), &C.ld);
-  std::string e = gemm_test::check_gemm<T>(c.ta, c.tb, c.m, c.n, c.k, alpha, A, B, beta, C0, C);
-  return e.empty() ? e : describe(c) + ": " + e;
+  return gemm_test::run_case<T>(
+      c, scalar<T>(c.alpha), scalar<T>(c.beta),
+      [](auto... args) { call(args...); }, seed);
 }
 
 template <class T> class Gemm : public ::testing::Test {
@@ -178,6 +159,30 @@ TYPED_TEST(Gemm, LargerLeadingDimensionsAndMisalignedC) {
             ASSERT_EQ(run<T>({'T', 'C', 27, 24, 130, -2.0, 1.0, pad, off}), "");
             ASSERT_EQ(run<T>({'C', 'T', 50, 13, 9, 1.0, 0.0, pad, off}), "");
           }
+      },
+      true);
+}
+
+// C eight bytes off a 16-byte boundary, which for z is half an element (an
+// element offset cannot give it): the product runs on a copy of C placed
+// there, so every kernel takes its unaligned branch.
+TYPED_TEST(Gemm, CEightBytesOffA16ByteBoundary) {
+  using T = TypeParam;
+  auto shifted_call = [](const char* ta, const char* tb, const i64* m, const i64* n, const i64* k, const T* al,
+                         const T* a, const i64* lda, const T* b, const i64* ldb, const T* be, T* c, const i64* ldc) {
+    const std::size_t count = static_cast<std::size_t>(*ldc * *n);
+    std::vector<double> store((count * sizeof(T) + 64) / sizeof(double));
+    auto base = (reinterpret_cast<std::uintptr_t>(store.data()) + 15) & ~std::uintptr_t{15};
+    T* off = reinterpret_cast<T*>(base + 8);
+    std::memcpy(static_cast<void*>(off), c, count * sizeof(T));
+    call(ta, tb, m, n, k, al, a, lda, b, ldb, be, off, ldc);
+    std::memcpy(static_cast<void*>(c), off, count * sizeof(T));
+  };
+  qor::test::on_every_path(
+      [&](int) {
+        for (Case c : {Case{'N', 'N', 30, 28, 33, 1.0, 0.25}, Case{'C', 'T', 27, 24, 130, -2.0, 1.0, 1},
+                       Case{'T', 'C', 50, 13, 9, 1.0, 0.0}, Case{'N', 'T', 33, 9, 70, 0.5, 2.0, 3}})
+          ASSERT_EQ(gemm_test::run_case<T>(c, scalar<T>(c.alpha), scalar<T>(c.beta), shifted_call, 5), "");
       },
       true);
 }

@@ -7,6 +7,7 @@
 #include <complex>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -124,27 +125,46 @@ TEST(GemmSczWorkArea, BarcelonaFourCases) {
   qor::test::AllocWatch watch;
   auto* get = fn<decltype(qor_blas_def_sgemm_getbufs_brc)>("qor_blas_def_sgemm_getbufs_brc");
   auto* put = fn<decltype(qor_blas_def_sgemm_freebufs_brc)>("qor_blas_def_sgemm_freebufs_brc");
-  for (i64 which = 0; which < 4; ++which) {
-    i64 mb = 40, nb = 20, kb = 132;
-    void *raw, *ap, *bp, *ex;
-    get(&which, &mb, &nb, &kb, &raw, &ap, &bp, &ex);
-    ASSERT_NE(raw, nullptr);
-    EXPECT_EQ(ap != nullptr, (which & 1) != 0);
-    EXPECT_EQ(bp != nullptr, (which & 2) != 0);
-    ASSERT_NE(ex, nullptr);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(ex) % 128, 0u);
-    if (ap) {
-      EXPECT_EQ(reinterpret_cast<std::uintptr_t>(ap) % 4096, 0u);
-      EXPECT_GE(static_cast<char*>(ex), static_cast<char*>(ap) + 4 * mb * kb + 256);
-      std::memset(ap, 1, static_cast<std::size_t>(4 * mb * kb));
+  const i64 kb = 132;
+  // A row block of zero asks for no A panel, a column block of zero for no
+  // B panel; four bytes per A element, eight per B element.
+  for (i64 mb : {0, 40})
+    for (i64 nb : {0, 20}) {
+      const i64 bytes = 64 * kb + (mb && nb ? 4 * kb * mb + 8 * kb * nb + 21760
+                                   : mb    ? 4 * kb * mb + 13056
+                                   : nb    ? 8 * kb * nb + 13568
+                                           : 4864);
+      void *raw, *ap, *bp, *ex;
+      get(&mb, &nb, &kb, &raw, &ap, &bp, &ex);
+      ASSERT_NE(raw, nullptr);
+      const auto end = reinterpret_cast<std::uintptr_t>(raw) + static_cast<std::uintptr_t>(bytes);
+      EXPECT_EQ(ap != nullptr, mb != 0);
+      EXPECT_EQ(bp != nullptr, nb != 0);
+      ASSERT_NE(ex, nullptr);
+      EXPECT_EQ(reinterpret_cast<std::uintptr_t>(ex) % 128, 0u);
+      if (ap) {
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(ap) % 4096, 0u);
+        EXPECT_GE(static_cast<char*>(ex), static_cast<char*>(ap) + 4 * mb * kb + 256);
+        std::memset(ap, 1, static_cast<std::size_t>(4 * mb * kb));
+      }
+      std::memset(ex, 1, static_cast<std::size_t>(64 * kb));
+      if (bp) {
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(bp) % 4096, 0u);
+        EXPECT_GE(static_cast<char*>(bp), static_cast<char*>(ex) + 64 * kb + 768);
+        EXPECT_LE(reinterpret_cast<std::uintptr_t>(bp) + static_cast<std::uintptr_t>(8 * nb * kb), end);
+        std::memset(bp, 1, static_cast<std::size_t>(8 * nb * kb));
+      }
+      put(raw);
     }
-    std::memset(ex, 1, static_cast<std::size_t>(64 * kb));
-    if (bp) {
-      EXPECT_EQ(reinterpret_cast<std::uintptr_t>(bp) % 4096, 0u);
-      std::memset(bp, 1, static_cast<std::size_t>(8 * nb * kb));
-    }
-    put(raw);
-  }
+  // A refused allocation leaves every slot null.
+  i64 mb = 40, nb = 20;
+  void *raw = &watch, *ap = &watch, *bp = &watch, *ex = &watch;
+  qor_fault_fail_next(QOR_POOL_ALLOCATE, 1);
+  get(&mb, &nb, &kb, &raw, &ap, &bp, &ex);
+  EXPECT_EQ(raw, nullptr);
+  EXPECT_EQ(ap, nullptr);
+  EXPECT_EQ(bp, nullptr);
+  EXPECT_EQ(ex, nullptr);
 }
 
 // ---- Kernels straight from packed panels ------------------------------------
@@ -232,6 +252,57 @@ TYPED_TEST(GemmSczKernels, BaselineInnerFormsTreatBetaAsNamed) {
         const std::string cb = name<T>(ab[1] == 'N' ? "gemm_copybn" : ab[1] == 'T' ? "gemm_copybt" : "gemm_copybc");
         ASSERT_EQ(packed_product<T>(ca.c_str(), cb.c_str(), ab[0], ab[1], 3 * strip, 8, k, beta, run_kernel, strip, 4), "")
             << form << " " << ab << " k=" << k;
+      }
+  }
+}
+
+// ---- Bodies no entry reaches -------------------------------------------------
+
+// The entry takes xsgemm1_brc, which forwards to xsgemm1_0_brc; the other
+// Barcelona bodies of the s member are exported for the core. Each is
+// called straight: shapes under the threshold, rows past a row block of
+// either rule, every tail, partial depth blocks; beta 0 over NaN; and a
+// failed allocation, which computes the same C and warns once.
+TEST(GemmSczBodies, EveryBarcelonaBodyOfTheSMemberComputesTheProduct) {
+  if (!qor_cpu_path_supported(QOR_CPU_PATH_BARCELONA)) GTEST_SKIP() << "no SSE3";
+  struct Shape {
+    char ta, tb;
+    i64 m, n, k;
+    float beta;
+  };
+  const Shape shapes[] = {{'N', 'N', 37, 29, 300, 1.5f}, {'t', 'N', 13, 9, 7, -1.0f},  {'N', 't', 9, 13, 513, 0.0f},
+                          {'T', 'T', 130, 389, 20, 1.0f}, {'N', 'N', 1000, 9, 20, 0.5f}, {'T', 'N', 261, 11, 257, 0.0f}};
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  qor::test::Rng rng(9);
+  for (const char* body : {"xsgemm0_brc", "xsgemm1_brc", "xsgemm0_0_brc", "xsgemm0_1_brc", "xsgemm1_0_brc",
+                           "xsgemm1_1_brc"}) {
+    auto* f = fn<decltype(qor_blas_def_xsgemm)>(std::string("qor_blas_def_") + body);
+    for (const Shape& s : shapes)
+      for (bool fail : {false, true}) {
+        const bool na = (s.ta & 0xDF) == 'N', nb = (s.tb & 0xDF) == 'N';
+        Mat<float> A(na ? s.m : s.k, na ? s.k : s.m, (na ? s.m : s.k) + 1);
+        Mat<float> B(nb ? s.k : s.n, nb ? s.n : s.k, (nb ? s.k : s.n) + 2);
+        Mat<float> C(s.m, s.n, s.m + 1, 1);
+        A.fill(rng);
+        B.fill(rng);
+        C.fill(rng);
+        if (s.beta == 0.0f)
+          for (i64 j = 0; j < s.n; ++j)
+            for (i64 i = 0; i < s.m; ++i) C.at(i, j) = nan;
+        const Mat<float> C0 = C;
+        const float alpha = -0.75f;
+        const bool small = s.m < 8 || s.n < 8 || s.k < 8;
+        qor::test::AllocWatch watch;
+        qor::test::MessageCapture capture;
+        if (fail) qor_fault_fail_next(QOR_POOL_ALLOCATE, 1);
+        f(&s.ta, &s.tb, &s.m, &s.n, &s.k, &alpha, A.p(), &A.ld, B.p(), &B.ld, &s.beta, C.p(), &C.ld);
+        ASSERT_EQ(gemm_test::check_gemm<float>(s.ta, s.tb, s.m, s.n, s.k, alpha, A, B, s.beta, C0, C), "")
+            << body << " " << s.ta << s.tb << " " << s.m << "x" << s.n << "x" << s.k << (fail ? " failed area" : "");
+        EXPECT_EQ(watch.allocations(), small || fail ? 0 : 1) << body;
+        ASSERT_EQ(capture.count(QOR_MSG_WARNING), fail && !small ? 1 : 0) << body;
+        if (fail && !small) {
+          EXPECT_EQ(capture.entries()[0].routine, "SGEMM") << body;
+        }
       }
   }
 }

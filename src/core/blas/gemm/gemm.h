@@ -174,4 +174,37 @@ int gemm_cblas_prepare(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSP
   return bad;
 }
 
+// ---- The public interfaces ---------------------------------------------------
+
+// The Fortran name of ?gemm: the reference checks, reported as `routine`
+// (nothing is computed then), and the dispatching name on 64-bit integers.
+template <class T, class Int>
+void gemm_fortran(const char* routine, GemmEntry<T> dispatch, const char* transa, const char* transb, const Int* m,
+                  const Int* n, const Int* k, const T* alpha, const T* a, const Int* lda, const T* b, const Int* ldb,
+                  const T* beta, T* c, const Int* ldc) {
+  if (int bad = gemm_fortran_check(*transa, *transb, *m, *n, *k, *lda, *ldb, *ldc); bad != 0) {
+    fortran_arg_error<Int>(routine, static_cast<Int>(bad));
+    return;
+  }
+  const i64 mm = *m, nn = *n, kk = *k, la = *lda, lb = *ldb, lc = *ldc;
+  dispatch(transa, transb, &mm, &nn, &kk, alpha, a, &la, b, &lb, beta, c, &lc);
+}
+
+// The CBLAS name: the checks in the caller's terms, then the column-major
+// product; row-major storage is the product of the transposes, C^T =
+// op(B)^T op(A)^T, the letters staying with their operands.
+template <class T, class Int>
+void gemm_cblas(const char* routine, GemmEntry<T> dispatch, CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa,
+                CBLAS_TRANSPOSE transb, Int m, Int n, Int k, const T* alpha, const T* a, Int lda, const T* b, Int ldb,
+                const T* beta, T* c, Int ldc) {
+  if (gemm_cblas_prepare<T, Int>(layout, transa, transb, m, n, k, lda, ldb, ldc, routine) != 0) return;
+  const char ta = trans_letter(transa), tb = trans_letter(transb);
+  const i64 mm = m, nn = n, kk = k, la = lda, lb = ldb, lc = ldc;
+  if (layout == CblasColMajor) {
+    dispatch(&ta, &tb, &mm, &nn, &kk, alpha, a, &la, b, &lb, beta, c, &lc);
+  } else {
+    dispatch(&tb, &ta, &nn, &mm, &kk, alpha, b, &lb, a, &la, beta, c, &lc);
+  }
+}
+
 }  // namespace qor::core::blas

@@ -50,36 +50,23 @@ template <> void dispatch<c64>(QOR_GEMM_SCZ_ARGS(c64)) {
   qor_blas_zgemm(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
 
-template <class T, class Int>
-void gemm_fortran(const char* transa, const char* transb, const Int* m, const Int* n, const Int* k, const T* alpha,
-                  const T* a, const Int* lda, const T* b, const Int* ldb, const T* beta, T* c, const Int* ldc) {
-  using namespace qor::core::blas;
-  if (int bad = gemm_fortran_check(*transa, *transb, *m, *n, *k, *lda, *ldb, *ldc); bad != 0) {
-    fortran_arg_error<Int>(names<T>::fortran, static_cast<Int>(bad));
-    return;
-  }
-  const i64 mm = *m, nn = *n, kk = *k, la = *lda, lb = *ldb, lc = *ldc;
-  dispatch<T>(transa, transb, &mm, &nn, &kk, alpha, a, &la, b, &lb, beta, c, &lc);
-}
-
-// Row-major storage is the column-major product of the transposes:
-// C^T = op(B)^T op(A)^T, the letters staying with their operands.
-template <class T, class Int>
-void gemm_cblas(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, Int m, Int n, Int k,
-                const T* alpha, const T* a, Int lda, const T* b, Int ldb, const T* beta, T* c, Int ldc) {
-  using namespace qor::core::blas;
-  if (gemm_cblas_prepare<T, Int>(layout, transa, transb, m, n, k, lda, ldb, ldc, names<T>::cblas) != 0) return;
-  const char ta = trans_letter(transa), tb = trans_letter(transb);
-  const i64 mm = m, nn = n, kk = k, la = lda, lb = ldb, lc = ldc;
-  if (layout == CblasColMajor) {
-    dispatch<T>(&ta, &tb, &mm, &nn, &kk, alpha, a, &la, b, &lb, beta, c, &lc);
-  } else {
-    dispatch<T>(&tb, &ta, &nn, &mm, &kk, alpha, b, &lb, a, &la, beta, c, &lc);
-  }
-}
-
 template <class T> const T* in(const void* p) { return static_cast<const T*>(p); }
 template <class T> T* out(void* p) { return static_cast<T*>(p); }
+
+// The public names take their operands as float or as void pointers.
+template <class T, class Int>
+void fortran_call(const char* ta, const char* tb, const Int* m, const Int* n, const Int* k, const void* alpha,
+                  const void* a, const Int* lda, const void* b, const Int* ldb, const void* beta, void* c,
+                  const Int* ldc) {
+  qor::core::blas::gemm_fortran<T, Int>(names<T>::fortran, &dispatch<T>, ta, tb, m, n, k, in<T>(alpha), in<T>(a), lda,
+                                        in<T>(b), ldb, in<T>(beta), out<T>(c), ldc);
+}
+template <class T, class Int>
+void cblas_call(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE ta, CBLAS_TRANSPOSE tb, Int m, Int n, Int k, const void* alpha,
+                const void* a, Int lda, const void* b, Int ldb, const void* beta, void* c, Int ldc) {
+  qor::core::blas::gemm_cblas<T, Int>(names<T>::cblas, &dispatch<T>, layout, ta, tb, m, n, k, in<T>(alpha), in<T>(a),
+                                      lda, in<T>(b), ldb, in<T>(beta), out<T>(c), ldc);
+}
 
 }  // namespace
 
@@ -100,38 +87,34 @@ QOR_GEMM_SCZ_DISPATCH_DEF(z, c64)
   QOR_API void sgemm##SFX(const char* transa, const char* transb, const INT* m, const INT* n, const INT* k,   \
                           const float* alpha, const float* a, const INT* lda, const float* b, const INT* ldb,  \
                           const float* beta, float* c, const INT* ldc, std::size_t, std::size_t) {           \
-    gemm_fortran<float, INT>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                  \
+    fortran_call<float, INT>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                  \
   }                                                                                                          \
   QOR_API void cgemm##SFX(const char* transa, const char* transb, const INT* m, const INT* n, const INT* k,   \
                           const void* alpha, const void* a, const INT* lda, const void* b, const INT* ldb,     \
                           const void* beta, void* c, const INT* ldc, std::size_t, std::size_t) {             \
-    gemm_fortran<c32, INT>(transa, transb, m, n, k, in<c32>(alpha), in<c32>(a), lda, in<c32>(b), ldb,        \
-                           in<c32>(beta), out<c32>(c), ldc);                                                 \
+    fortran_call<c32, INT>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                    \
   }                                                                                                          \
   QOR_API void zgemm##SFX(const char* transa, const char* transb, const INT* m, const INT* n, const INT* k,   \
                           const void* alpha, const void* a, const INT* lda, const void* b, const INT* ldb,     \
                           const void* beta, void* c, const INT* ldc, std::size_t, std::size_t) {             \
-    gemm_fortran<c64, INT>(transa, transb, m, n, k, in<c64>(alpha), in<c64>(a), lda, in<c64>(b), ldb,        \
-                           in<c64>(beta), out<c64>(c), ldc);                                                 \
+    fortran_call<c64, INT>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                    \
   }
 
 #define QOR_GEMM_SCZ_CBLAS(SFX, INT)                                                                         \
   QOR_API void cblas_sgemm##SFX(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, INT m,  \
                                 INT n, INT k, float alpha, const float* a, INT lda, const float* b, INT ldb,  \
                                 float beta, float* c, INT ldc) {                                             \
-    gemm_cblas<float, INT>(layout, transa, transb, m, n, k, &alpha, a, lda, b, ldb, &beta, c, ldc);          \
+    cblas_call<float, INT>(layout, transa, transb, m, n, k, &alpha, a, lda, b, ldb, &beta, c, ldc);          \
   }                                                                                                          \
   QOR_API void cblas_cgemm##SFX(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, INT m,  \
                                 INT n, INT k, const void* alpha, const void* a, INT lda, const void* b,      \
                                 INT ldb, const void* beta, void* c, INT ldc) {                               \
-    gemm_cblas<c32, INT>(layout, transa, transb, m, n, k, in<c32>(alpha), in<c32>(a), lda, in<c32>(b), ldb,  \
-                         in<c32>(beta), out<c32>(c), ldc);                                                   \
+    cblas_call<c32, INT>(layout, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);              \
   }                                                                                                          \
   QOR_API void cblas_zgemm##SFX(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, INT m,  \
                                 INT n, INT k, const void* alpha, const void* a, INT lda, const void* b,      \
                                 INT ldb, const void* beta, void* c, INT ldc) {                               \
-    gemm_cblas<c64, INT>(layout, transa, transb, m, n, k, in<c64>(alpha), in<c64>(a), lda, in<c64>(b), ldb,  \
-                         in<c64>(beta), out<c64>(c), ldc);                                                   \
+    cblas_call<c64, INT>(layout, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);              \
   }
 
 extern "C" {

@@ -183,65 +183,61 @@ Blocks baseline_blocks(std::int64_t m, std::int64_t n, std::int64_t k) {
 void baseline_body(const char* transa, const char* transb, std::int64_t m, std::int64_t n, std::int64_t k,
                    const double* alpha, const double* a, std::int64_t lda, const double* b, std::int64_t ldb,
                    const double* beta, double* c, std::int64_t ldc) {
-  const double one = 1.0;
-  const std::int64_t one_i = 1;
-  if (!(*beta == 1.0)) qor_blas_def_dgemm_scalm(&m, &n, beta, c, &ldc);
-  if (*alpha == 0.0) return;
-  if (m == 1 || n == 1 || k <= 1) {
-    qor_blas_def_dgemm_pst(transa, transb, &m, &n, &k, alpha, a, &lda, b, &ldb, &one, c, &ldc);
-    return;
-  }
-
   const Blocks blk = baseline_blocks(m, n, k);
-  const std::int64_t bytes = 8 * blk.kb * (blk.mb + blk.nb) + 192 * blk.kb + 18176;
-  void* raw = qor_serv_allocate(bytes, 128);
-  if (qor_serv_check_ptr_and_warn(raw, "DGEMM") != 0) {
-    qor_blas_def_dgemm_pst(transa, transb, &m, &n, &k, alpha, a, &lda, b, &ldb, &one, c, &ldc);
-    return;
-  }
-  // Panel placement: the A panel on the first page boundary above the base,
-  // the expanded-B area on a 128-byte boundary past it, the B panel on the
-  // next page boundary past that.
-  const auto base = reinterpret_cast<std::uintptr_t>(raw);
-  const std::uintptr_t a_bytes = static_cast<std::uintptr_t>(8 * blk.mb * blk.kb);
-  auto* apanel = reinterpret_cast<double*>((base & ~std::uintptr_t{4095}) + 4096);
-  auto* expanded = reinterpret_cast<double*>(((base + a_bytes + 8704) & ~std::uintptr_t{127}) + 640);
-  auto* bpanel = reinterpret_cast<double*>(
-      ((base + a_bytes + static_cast<std::uintptr_t>(192 * blk.kb) + 9472) & ~std::uintptr_t{4095}) + 4096);
+  void* raw = nullptr;
+  auto alloc = [&] {
+    raw = qor_serv_allocate(8 * blk.kb * (blk.mb + blk.nb) + 192 * blk.kb + 18176, 128);
+    return raw;
+  };
+  auto packed = [&](void*) {
+    const double one = 1.0;
+    const std::int64_t one_i = 1;
+    // Panel placement: the A panel on the first page boundary above the
+    // base, the expanded-B area on a 128-byte boundary past it, the B panel
+    // on the next page boundary past that.
+    const auto base = reinterpret_cast<std::uintptr_t>(raw);
+    const std::uintptr_t a_bytes = static_cast<std::uintptr_t>(8 * blk.mb * blk.kb);
+    auto* apanel = reinterpret_cast<double*>((base & ~std::uintptr_t{4095}) + 4096);
+    auto* expanded = reinterpret_cast<double*>(((base + a_bytes + 8704) & ~std::uintptr_t{127}) + 640);
+    auto* bpanel = reinterpret_cast<double*>(
+        ((base + a_bytes + static_cast<std::uintptr_t>(192 * blk.kb) + 9472) & ~std::uintptr_t{4095}) + 4096);
 
-  const bool na = (*transa & 0xDF) == 'N', nb = (*transb & 0xDF) == 'N';
-  auto* const copy_a_fn = na ? &qor_blas_def_dgemm_copyan : &qor_blas_def_dgemm_copyat;
-  auto* const copy_b_fn = nb ? &qor_blas_def_dgemm_copybn : &qor_blas_def_dgemm_copybt;
-  const std::int64_t n4 = n & ~std::int64_t{3}, m2 = m & ~std::int64_t{1};
-  const std::int64_t zero = 0;
+    const bool na = (*transa & 0xDF) == 'N', nb = (*transb & 0xDF) == 'N';
+    auto* const copy_a_fn = na ? &qor_blas_def_dgemm_copyan : &qor_blas_def_dgemm_copyat;
+    auto* const copy_b_fn = nb ? &qor_blas_def_dgemm_copybn : &qor_blas_def_dgemm_copybt;
+    const std::int64_t n4 = n & ~std::int64_t{3}, m2 = m & ~std::int64_t{1};
+    const std::int64_t zero = 0;
 
-  for (std::int64_t j = 0; j < n4; j += blk.nb) {
-    std::int64_t cols = min(blk.nb, n4 - j);
-    for (std::int64_t l = 0; l < k; l += blk.kb) {
-      std::int64_t kc = min(blk.kb, k - l);
-      std::int64_t kp = round_up(kc, 4);
-      auto* const kernel = kp == 128 ? &qor_blas_def_dgemm_inner_general : &qor_blas_def_dgemm_inner;
-      copy_b_fn(&kc, &cols, nb ? b + l + j * ldb : b + j + l * ldb, &ldb, bpanel);
-      for (std::int64_t i = 0; i < m2; i += blk.mb) {
-        std::int64_t rows = min(blk.mb, m2 - i);
-        copy_a_fn(&rows, &kc, na ? a + i + l * lda : a + l + i * lda, &lda, apanel, alpha);
-        kernel(&rows, &cols, &kp, apanel, bpanel, &zero, c + i + j * ldc, &ldc, expanded, alpha);
-      }
-      if (m & 1) {
-        const std::int64_t last = m - 1;
-        qor_blas_def_dgemm_pst(transa, transb, &one_i, &cols, &kc, alpha, na ? a + last + l * lda : a + l + last * lda,
-                               &lda, nb ? b + l + j * ldb : b + j + l * ldb, &ldb, &one, c + last + j * ldc, &ldc);
+    for (std::int64_t j = 0; j < n4; j += blk.nb) {
+      std::int64_t cols = min(blk.nb, n4 - j);
+      for (std::int64_t l = 0; l < k; l += blk.kb) {
+        std::int64_t kc = min(blk.kb, k - l);
+        std::int64_t kp = round_up(kc, 4);
+        auto* const kernel = kp == 128 ? &qor_blas_def_dgemm_inner_general : &qor_blas_def_dgemm_inner;
+        copy_b_fn(&kc, &cols, nb ? b + l + j * ldb : b + j + l * ldb, &ldb, bpanel);
+        for (std::int64_t i = 0; i < m2; i += blk.mb) {
+          std::int64_t rows = min(blk.mb, m2 - i);
+          copy_a_fn(&rows, &kc, na ? a + i + l * lda : a + l + i * lda, &lda, apanel, alpha);
+          kernel(&rows, &cols, &kp, apanel, bpanel, &zero, c + i + j * ldc, &ldc, expanded, alpha);
+        }
+        if (m & 1) {
+          const std::int64_t last = m - 1;
+          qor_blas_def_dgemm_pst(transa, transb, &one_i, &cols, &kc, alpha,
+                                 na ? a + last + l * lda : a + l + last * lda, &lda,
+                                 nb ? b + l + j * ldb : b + j + l * ldb, &ldb, &one, c + last + j * ldc, &ldc);
+        }
       }
     }
-  }
-  // The last n mod 4 columns, each a matrix-vector product over the whole m.
-  for (std::int64_t j = n4; j < n; ++j) {
-    const std::int64_t rows = na ? m : k, cols = na ? k : m;
-    const std::int64_t incx = nb ? 1 : ldb;
-    qor_blas_dgemv(transa, &rows, &cols, alpha, a, &lda, nb ? b + j * ldb : b + j, &incx, &one, c + j * ldc,
-                   &one_i);
-  }
-  qor_serv_deallocate(raw);
+    // The last n mod 4 columns, each a matrix-vector product over the whole m.
+    for (std::int64_t j = n4; j < n; ++j) {
+      const std::int64_t rows = na ? m : k, cols = na ? k : m;
+      const std::int64_t incx = nb ? 1 : ldb;
+      qor_blas_dgemv(transa, &rows, &cols, alpha, a, &lda, nb ? b + j * ldb : b + j, &incx, &one, c + j * ldc,
+                     &one_i);
+    }
+  };
+  beta_first_body<double>(&qor_blas_def_dgemm_scalm, m == 1 || n == 1 || k <= 1, "DGEMM", alloc,
+                          &qor_serv_deallocate, packed, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
 
 }  // namespace
@@ -249,19 +245,10 @@ void baseline_body(const char* transa, const char* transb, std::int64_t m, std::
 // ---- Exported names ----------------------------------------------------------
 
 QOR_DEF_API void qor_blas_def_xdgemm(QOR_GEMM_ARGS(double)) {
-  const std::int64_t mm = *m, nn = *n;
-  if (mm <= 0 || nn <= 0) return;
-  if (qor_serv_cpu_detect() == 0) {
-    if (qor_serv_cpuisitbarcelona()) {
-      qor_blas_def_xdgemm1_brc(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-      return;
-    }
-    if (qor_serv_cpuisbulldozer() || qor_serv_cpuiszen()) {
-      qor_blas_def_xdgemm_bdz(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-      return;
-    }
-  }
-  baseline_body(transa, transb, mm, nn, *k, alpha, a, *lda, b, *ldb, beta, c, *ldc);
+  entry<double>(
+      &qor_blas_def_xdgemm1_brc, &qor_blas_def_xdgemm_bdz,
+      [](QOR_GEMM_ARGS(double)) { baseline_body(transa, transb, *m, *n, *k, alpha, a, *lda, b, *ldb, beta, c, *ldc); },
+      transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
 
 QOR_DEF_API void qor_blas_def_dgemm_scalm(const std::int64_t* m, const std::int64_t* n, const double* beta,

@@ -124,63 +124,58 @@ void tuned_body(BlkInfo rule, const char* transa, const char* transb, const i64*
                 const double* beta, double* c, const i64* ldc_) {
   const i64 m = *m_, n = *n_, k = *k_, lda = *lda_, ldb = *ldb_, ldc = *ldc_;
   if (m <= 0 || n <= 0) return;
-  if (!(*beta == 1.0)) qor_blas_def_dgemm_mscale(m_, n_, beta, c, ldc_);
-  if (*alpha == 0.0) return;
-  const char ta = *transa, tb = *transb;
-  if (m < 12 || n < 4 || k <= 1) {
-    pst<double>(ta, tb, m, n, k, *alpha, a, lda, b, ldb, 1.0, c, ldc);
-    return;
-  }
   i64 mb = 0, nb = 0, kb = 0, mu, nu, ku;
   rule(m_, n_, k_, &mb, &nb, &kb, &mu, &nu, &ku);
-  void* raw;
   double *apanel, *bpanel, *extra;
-  qor_blas_def_dgemm_getbufs_bdz(&mb, &nb, &kb, &raw, &apanel, &bpanel, &extra);
-  if (qor_serv_check_ptr_and_warn(raw, "xdgemm") != 0) {
-    pst<double>(ta, tb, m, n, k, *alpha, a, lda, b, ldb, 1.0, c, ldc);
-    return;
-  }
-  auto* const kernel = qor_serv_cpuiszen() ? &qor_blas_def_dgemm_kernel_zen : &qor_blas_def_dgemm_kernel_bdz;
-  const bool na = (ta & 0xDF) == 'N', nb_ = (tb & 0xDF) == 'N';
-  auto* const copy_b_fn = nb_ ? &qor_blas_def_dgemm_copybn_bdz : &qor_blas_def_dgemm_copybt_bdz;
-  const i64 m12 = m / 12 * 12, n4 = n & ~i64{3};
-
-  for (i64 j = 0; j < n4; j += nb) {
-    i64 cols = min(nb, n4 - j);
-    for (i64 l = 0; l < k; l += kb) {
-      i64 kc = min(kb, k - l);
-      copy_b_fn(&kc, &cols, nb_ ? b + l + j * ldb : b + j + l * ldb, ldb_, bpanel);
-      if (na) {
-        for (i64 i = 0; i < m12; i += mb) {
-          i64 rows = min(mb, m12 - i);
-          qor_blas_def_dgemm_copyan_bdz(&rows, &kc, a + i + l * lda, lda_, apanel, alpha);
-          qor_dgemm_kernel_args args{apanel, bpanel, c + i + j * ldc, rows, cols, kc, ldc};
-          kernel(&args);
+  auto alloc = [&] {
+    void* raw;
+    qor_blas_def_dgemm_getbufs_bdz(&mb, &nb, &kb, &raw, &apanel, &bpanel, &extra);
+    return raw;
+  };
+  auto packed = [&](void*) {
+    auto* const kernel = qor_serv_cpuiszen() ? &qor_blas_def_dgemm_kernel_zen : &qor_blas_def_dgemm_kernel_bdz;
+    const bool na = (*transa & 0xDF) == 'N', nb_ = (*transb & 0xDF) == 'N';
+    auto* const copy_b_fn = nb_ ? &qor_blas_def_dgemm_copybn_bdz : &qor_blas_def_dgemm_copybt_bdz;
+    const i64 m12 = m / 12 * 12, n4 = n & ~i64{3};
+    for (i64 j = 0; j < n4; j += nb) {
+      i64 cols = min(nb, n4 - j);
+      for (i64 l = 0; l < k; l += kb) {
+        i64 kc = min(kb, k - l);
+        copy_b_fn(&kc, &cols, nb_ ? b + l + j * ldb : b + j + l * ldb, ldb_, bpanel);
+        if (na) {
+          for (i64 i = 0; i < m12; i += mb) {
+            i64 rows = min(mb, m12 - i);
+            qor_blas_def_dgemm_copyan_bdz(&rows, &kc, a + i + l * lda, lda_, apanel, alpha);
+            qor_dgemm_kernel_args args{apanel, bpanel, c + i + j * ldc, rows, cols, kc, ldc};
+            kernel(&args);
+          }
+        } else {
+          for (i64 i = 0; i < m12; i += mb) {
+            i64 rows = min(mb, m12 - i);
+            qor_blas_def_dgemm_copyat_bdz(&rows, &kc, a + l + i * lda, lda_, apanel, alpha);
+            qor_dgemm_kernel_args args{apanel, bpanel, c + i + j * ldc, rows, cols, kc, ldc};
+            kernel(&args);
+          }
         }
-      } else {
-        for (i64 i = 0; i < m12; i += mb) {
-          i64 rows = min(mb, m12 - i);
-          qor_blas_def_dgemm_copyat_bdz(&rows, &kc, a + l + i * lda, lda_, apanel, alpha);
-          qor_dgemm_kernel_args args{apanel, bpanel, c + i + j * ldc, rows, cols, kc, ldc};
-          kernel(&args);
-        }
+        if (m12 < m)
+          pst<double>(*transa, *transb, m - m12, cols, kc, *alpha, na ? a + m12 + l * lda : a + l + m12 * lda, lda,
+                      nb_ ? b + l + j * ldb : b + j + l * ldb, ldb, 1.0, c + m12 + j * ldc, ldc);
       }
-      if (m12 < m)
-        pst<double>(ta, tb, m - m12, cols, kc, *alpha, na ? a + m12 + l * lda : a + l + m12 * lda, lda,
-                    nb_ ? b + l + j * ldb : b + j + l * ldb, ldb, 1.0, c + m12 + j * ldc, ldc);
     }
-  }
-  // The last n mod 4 columns, each a matrix-vector product over the whole m.
-  const double one = 1.0;
-  const i64 one_i = 1, rows = na ? m : k, cols = na ? k : m;
-  if (nb_) {
-    for (i64 j = n4; j < n; ++j)
-      qor_blas_dgemv(transa, &rows, &cols, alpha, a, lda_, b + j * ldb, &one_i, &one, c + j * ldc, &one_i);
-  } else {
-    for (i64 j = n4; j < n; ++j)
-      qor_blas_dgemv(transa, &rows, &cols, alpha, a, lda_, b + j, ldb_, &one, c + j * ldc, &one_i);
-  }
-  qor_blas_def_dgemm_freebufs_bdz(raw);
+    // The last n mod 4 columns, each a matrix-vector product over the whole m.
+    const double one = 1.0;
+    const i64 one_i = 1, rows = na ? m : k, cols = na ? k : m;
+    if (nb_) {
+      for (i64 j = n4; j < n; ++j)
+        qor_blas_dgemv(transa, &rows, &cols, alpha, a, lda_, b + j * ldb, &one_i, &one, c + j * ldc, &one_i);
+    } else {
+      for (i64 j = n4; j < n; ++j)
+        qor_blas_dgemv(transa, &rows, &cols, alpha, a, lda_, b + j, ldb_, &one, c + j * ldc, &one_i);
+    }
+  };
+  beta_first_body<double>(&qor_blas_def_dgemm_mscale, m < 12 || n < 4 || k <= 1, "xdgemm", alloc,
+                          &qor_blas_def_dgemm_freebufs_bdz, packed, transa, transb, m, n, k, alpha, a, lda, b, ldb,
+                          beta, c, ldc);
 }
 
 }  // namespace

@@ -218,51 +218,47 @@ void brc_body(const char* transa, const char* transb, const i64* m_, const i64* 
               const double* beta, double* c, const i64* ldc_) {
   const i64 m = *m_, n = *n_, k = *k_, lda = *lda_, ldb = *ldb_, ldc = *ldc_;
   if (m <= 0 || n <= 0) return;
-  if (!(*beta == 1.0)) qor_blas_def_dgemm_mscale(m_, n_, beta, c, ldc_);
-  if (*alpha == 0.0) return;
-  const char ta = *transa, tb = *transb;
-  if (m < 3 || n < 5 || k <= 4) {
-    pst<double>(ta, tb, m, n, k, *alpha, a, lda, b, ldb, 1.0, c, ldc);
-    return;
-  }
   i64 mb = 0, nb = 0, kb = 0, mu, nu, ku;
   blk_info<Family>(m_, n_, k_, &mb, &nb, &kb, &mu, &nu, &ku);
   // The A panel holds whole strips of 4 rows; without a B pass there is no B
   // panel.
   const i64 mb_area = round_up(mb, 4), nb_area = BMode == 0 ? nb : 0;
-  void* raw;
   double *apanel, *bpanel, *ex;
-  qor_blas_def_dgemm_getbufs_brc(&mb_area, &nb_area, &kb, &raw, &apanel, &bpanel, &ex);
-  if (qor_serv_check_ptr_and_warn(raw, "DGEMM") != 0) {
-    pst<double>(ta, tb, m, n, k, *alpha, a, lda, b, ldb, 1.0, c, ldc);
-    return;
-  }
-  const bool na = (ta & 0xDF) == 'N', nbl = (tb & 0xDF) == 'N';
-  auto* const copy_a_fn = Family == 0 ? (na ? &qor_blas_def_dgemm_copyan_0_brc : &qor_blas_def_dgemm_copyat_0_brc)
-                                      : (na ? &qor_blas_def_dgemm_copyan_1_brc : &qor_blas_def_dgemm_copyat_1_brc);
-  auto* const copy_b_fn = nbl ? &qor_blas_def_dgemm_copybn_brc : &qor_blas_def_dgemm_copybt_brc;
-  const i64 zero = 0;
-  for (i64 j = 0; j < n; j += nb) {
-    i64 cols = min(nb, n - j);
-    for (i64 l = 0; l < k; l += kb) {
-      i64 kc = min(kb, k - l), kp = round_up(kc, 4);
-      const double* bsrc = nbl ? b + l + j * ldb : b + j + l * ldb;
-      if (BMode == 0) copy_b_fn(&kc, &cols, bsrc, ldb_, bpanel);
-      for (i64 i = 0; i < m; i += mb) {
-        i64 rows = min(mb, m - i);
-        copy_a_fn(&rows, &kc, na ? a + i + l * lda : a + l + i * lda, lda_, apanel, alpha);
-        double* ct = c + i + j * ldc;
-        if constexpr (BMode == 0) {
-          (Family == 0 ? qor_blas_def_dgemm_kernel0_0_brc : qor_blas_def_dgemm_kernel1_0_brc)(
-              &rows, &cols, &kp, apanel, bpanel, &zero, ct, ldc_, ex, alpha);
-        } else {
-          (Family == 0 ? qor_blas_def_dgemm_kernel0_1_brc : qor_blas_def_dgemm_kernel1_1_brc)(
-              transb, &rows, &cols, &kc, apanel, bsrc, ldb_, ct, ldc_, ex, alpha);
+  auto alloc = [&] {
+    void* raw;
+    qor_blas_def_dgemm_getbufs_brc(&mb_area, &nb_area, &kb, &raw, &apanel, &bpanel, &ex);
+    return raw;
+  };
+  auto packed = [&](void*) {
+    const bool na = (*transa & 0xDF) == 'N', nbl = (*transb & 0xDF) == 'N';
+    auto* const copy_a_fn = Family == 0 ? (na ? &qor_blas_def_dgemm_copyan_0_brc : &qor_blas_def_dgemm_copyat_0_brc)
+                                        : (na ? &qor_blas_def_dgemm_copyan_1_brc : &qor_blas_def_dgemm_copyat_1_brc);
+    auto* const copy_b_fn = nbl ? &qor_blas_def_dgemm_copybn_brc : &qor_blas_def_dgemm_copybt_brc;
+    const i64 zero = 0;
+    for (i64 j = 0; j < n; j += nb) {
+      i64 cols = min(nb, n - j);
+      for (i64 l = 0; l < k; l += kb) {
+        i64 kc = min(kb, k - l), kp = round_up(kc, 4);
+        const double* bsrc = nbl ? b + l + j * ldb : b + j + l * ldb;
+        if (BMode == 0) copy_b_fn(&kc, &cols, bsrc, ldb_, bpanel);
+        for (i64 i = 0; i < m; i += mb) {
+          i64 rows = min(mb, m - i);
+          copy_a_fn(&rows, &kc, na ? a + i + l * lda : a + l + i * lda, lda_, apanel, alpha);
+          double* ct = c + i + j * ldc;
+          if constexpr (BMode == 0) {
+            (Family == 0 ? qor_blas_def_dgemm_kernel0_0_brc : qor_blas_def_dgemm_kernel1_0_brc)(
+                &rows, &cols, &kp, apanel, bpanel, &zero, ct, ldc_, ex, alpha);
+          } else {
+            (Family == 0 ? qor_blas_def_dgemm_kernel0_1_brc : qor_blas_def_dgemm_kernel1_1_brc)(
+                transb, &rows, &cols, &kc, apanel, bsrc, ldb_, ct, ldc_, ex, alpha);
+          }
         }
       }
     }
-  }
-  qor_blas_def_dgemm_freebufs_brc(raw);
+  };
+  beta_first_body<double>(&qor_blas_def_dgemm_mscale, m < 3 || n < 5 || k <= 4, "DGEMM", alloc,
+                          &qor_blas_def_dgemm_freebufs_brc, packed, transa, transb, m, n, k, alpha, a, lda, b, ldb,
+                          beta, c, ldc);
 }
 
 }  // namespace
@@ -291,38 +287,9 @@ QOR_DEF_API void qor_blas_def_xdgemm1_brc(QOR_GEMM_ARGS(double)) {
 QOR_DEF_API void qor_blas_def_dgemm_blk_info_0_brc(QOR_GEMM_BLK_INFO_ARGS) { blk_info<0>(m, n, k, mb, nb, kb, mu, nu, ku); }
 QOR_DEF_API void qor_blas_def_dgemm_blk_info_1_brc(QOR_GEMM_BLK_INFO_ARGS) { blk_info<1>(m, n, k, mb, nb, kb, mu, nu, ku); }
 
-// Four cases, by whether there is an A block and a B block; each has room
-// for the kernel's expanded area of 64 bytes per depth step. The A panel is
-// on a page boundary; the expanded area 256 bytes past the A panel (or past
-// the raw pointer) on a 128-byte boundary; the B panel on the page boundary
-// at or above 768 bytes past the expanded area.
+// Four cases, by whether there is an A block and a B block (common.h).
 QOR_DEF_API void qor_blas_def_dgemm_getbufs_brc(QOR_GEMM_GETBUFS_ARGS) {
-  *raw = nullptr;
-  *apanel = nullptr;
-  *bpanel = nullptr;
-  *extra = nullptr;
-  const bool has_a = *mb != 0, has_b = *nb != 0;
-  const i64 kb_ = *kb;
-  i64 bytes = 64 * kb_;
-  if (has_a && has_b) {
-    bytes += 8 * kb_ * (*mb + *nb) + 21760;
-  } else if (has_a) {
-    bytes += 8 * kb_ * *mb + 13056;
-  } else if (has_b) {
-    bytes += 8 * kb_ * *nb + 13568;
-  } else {
-    bytes += 4864;
-  }
-  void* p = qor_serv_allocate(bytes, 128);
-  if (p == nullptr) return;
-  *raw = p;
-  const char* after_a = static_cast<const char*>(p);
-  if (has_a) {
-    *apanel = align_up<double>(p, 4096);
-    after_a = reinterpret_cast<const char*>(*apanel + *mb * kb_);
-  }
-  *extra = align_up<double>(after_a + 256, 128);
-  if (has_b) *bpanel = align_up<double>(reinterpret_cast<const char*>(*extra + 8 * kb_) + 768, 4096);
+  getbufs_brc<8>(*mb, *nb, *kb, raw, apanel, bpanel, extra);
 }
 
 QOR_DEF_API void qor_blas_def_dgemm_freebufs_brc(void* raw) { qor_serv_deallocate(raw); }

@@ -1,6 +1,8 @@
 // Pieces shared by every GEMM body, written once over the element type and
 // compiled in each instruction-set class that includes this header.
 //
+// - the entry of every member: quick return and the choice of body;
+// - the work area of a packed body, and the fallback when it is refused;
 // - the depth rules of the blocking functions;
 // - scaling C by beta;
 // - the unpacked kernel for small and thin products (pst);
@@ -12,6 +14,7 @@
 #include <cstring>
 
 #include "frame/isa.h"
+#include "frame/services.h"
 #include "frame/types.h"
 
 QOR_ISA_BEGIN
@@ -29,6 +32,110 @@ template <class P>
 inline P* align_up(const void* p, std::uintptr_t align) {
   auto v = reinterpret_cast<std::uintptr_t>(p);
   return reinterpret_cast<P*>((v + align - 1) & ~(align - 1));
+}
+
+// ---- The entry -------------------------------------------------------------
+// The GEMM arguments of element type T, in the reference order.
+template <class T>
+using GemmBody = void (*)(const char*, const char*, const i64*, const i64*, const i64*, const T*, const T*, const i64*,
+                          const T*, const i64*, const T*, T*, const i64*);
+
+// Quick return on an empty C (beta and alpha are not looked at), then the
+// processor dispatch. Only on tier 0 does a tuned AMD body run: Barcelona
+// tail-calls its body, Bulldozer and Zen call the _bdz body; anything else,
+// and every other tier, takes the baseline body, which has the same
+// arguments.
+template <class T, class Baseline>
+inline void entry(GemmBody<T> brc, GemmBody<T> bdz, Baseline baseline, const char* ta, const char* tb, const i64* m,
+                  const i64* n, const i64* k, const T* alpha, const T* a, const i64* lda, const T* b, const i64* ldb,
+                  const T* beta, T* c, const i64* ldc) {
+  if (*m <= 0 || *n <= 0) return;
+  if (qor_serv_cpu_detect() == 0) {
+    if (qor_serv_cpuisitbarcelona() != 0) return brc(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+    if (qor_serv_cpuisbulldozer() != 0 || qor_serv_cpuiszen() != 0) {
+      bdz(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+      return;
+    }
+  }
+  baseline(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+}
+
+// ---- The work area --------------------------------------------------------------
+// `alloc` asks for the work area of a packed body. A null answer is the only
+// failure a body knows: the warning naming `routine` is all the caller sees,
+// and the product goes through `unpacked`, which needs no memory, to the
+// same result. Otherwise `packed` runs on the area and `release` gives it
+// back.
+template <class Alloc, class Packed, class Unpacked>
+inline void with_work_area(const char* routine, Alloc alloc, void (*release)(void*), Packed packed,
+                           Unpacked unpacked) {
+  void* raw = alloc();
+  if (qor_serv_check_ptr_and_warn(raw, routine) != 0) {
+    unpacked();
+    return;
+  }
+  packed(raw);
+  release(raw);
+}
+
+// The work area of the Barcelona bodies, in four cases by whether there is
+// an A block (row block not zero) and a B block (column block not zero),
+// each with room for the kernel's expanded area of 64 bytes per depth step.
+// An A element takes ABytes (8 for d, 4 for s); a B element always has 8
+// bytes, which the s member reserves without filling. The A panel starts on
+// a page boundary; the expanded area 256 bytes past the end of the A panel
+// (or past the raw pointer) on a 128-byte boundary; the B panel on the page
+// boundary at or above 768 bytes past the end of the expanded area. The four
+// slots are cleared first and stay null on failure.
+template <i64 ABytes, class P>
+inline void getbufs_brc(i64 mb, i64 nb, i64 kb, void** raw, P** apanel, P** bpanel, P** extra) {
+  *raw = nullptr;
+  *apanel = *bpanel = *extra = nullptr;
+  const bool has_a = mb != 0, has_b = nb != 0;
+  i64 bytes = 64 * kb;
+  if (has_a && has_b) {
+    bytes += ABytes * kb * mb + 8 * kb * nb + 21760;
+  } else if (has_a) {
+    bytes += ABytes * kb * mb + 13056;
+  } else if (has_b) {
+    bytes += 8 * kb * nb + 13568;
+  } else {
+    bytes += 4864;
+  }
+  void* p = qor_serv_allocate(bytes, 128);
+  if (p == nullptr) return;
+  *raw = p;
+  const char* after_a = static_cast<const char*>(p);
+  if (has_a) {
+    *apanel = align_up<P>(p, 4096);
+    after_a = reinterpret_cast<const char*>(*apanel) + ABytes * mb * kb;
+  }
+  *extra = align_up<P>(after_a + 256, 128);
+  if (has_b) *bpanel = align_up<P>(reinterpret_cast<const char*>(*extra) + 64 * kb + 768, 4096);
+}
+
+// ---- Bodies that apply beta first ----------------------------------------------
+template <class T>
+using ScaleC = void (*)(const i64*, const i64*, const T*, T*, const i64*);
+
+template <class T>
+void pst(char ta, char tb, i64 m, i64 n, i64 k, T alpha, const T* a, i64 lda, const T* b, i64 ldb, T beta, T* c,
+         i64 ldc);
+
+// The frame of the d bodies: C = beta C by `scale` unless beta is exactly 1
+// (a NaN beta counts as not 1), nothing more when alpha is 0, and then the
+// product with a beta of 1: unpacked when the shape is `small` or the work
+// area is refused (the warning names `routine`), otherwise by `packed` on
+// the area.
+template <class T, class Alloc, class Packed>
+void beta_first_body(ScaleC<T> scale, bool small, const char* routine, Alloc alloc, void (*release)(void*),
+                     Packed packed, const char* ta, const char* tb, i64 m, i64 n, i64 k, const T* alpha, const T* a,
+                     i64 lda, const T* b, i64 ldb, const T* beta, T* c, i64 ldc) {
+  if (!(*beta == T(1))) scale(&m, &n, beta, c, &ldc);
+  if (*alpha == T(0)) return;
+  auto unpacked = [&] { pst<T>(*ta, *tb, m, n, k, *alpha, a, lda, b, ldb, T(1), c, ldc); };
+  if (small) return unpacked();
+  with_work_area(routine, alloc, release, packed, unpacked);
 }
 
 // ---- Depth rules -----------------------------------------------------------

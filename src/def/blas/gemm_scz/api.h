@@ -134,9 +134,9 @@ QOR_DEF_API void qor_blas_def_xsgemm1_0_brc(QOR_GEMM_SCZ_ARGS(float));
 QOR_DEF_API void qor_blas_def_xsgemm1_1_brc(QOR_GEMM_SCZ_ARGS(float));
 QOR_DEF_API void qor_blas_def_sgemm_blk_info_0_brc(QOR_GEMM_SCZ_BLK_ARGS);
 QOR_DEF_API void qor_blas_def_sgemm_blk_info_1_brc(QOR_GEMM_SCZ_BLK_ARGS);
-// Work area of the s Barcelona bodies; `which` tells the panels wanted:
-// bit 0 an A panel, bit 1 a B panel.
-QOR_DEF_API void qor_blas_def_sgemm_getbufs_brc(const std::int64_t *which, QOR_GEMM_SCZ_GETBUFS_ARGS);
+// Work area of the s Barcelona bodies, as dgemm_getbufs_brc: a row block of
+// zero asks for no A panel, a column block of zero for no B panel.
+QOR_DEF_API void qor_blas_def_sgemm_getbufs_brc(QOR_GEMM_SCZ_GETBUFS_ARGS);
 QOR_DEF_API void qor_blas_def_sgemm_freebufs_brc(void *raw);
 // Kernels with packed B (_0) and with B packed from its source inside (_1).
 QOR_DEF_API void qor_blas_def_sgemm_kernel0_0_brc(QOR_GEMM_SCZ_INNER(float));

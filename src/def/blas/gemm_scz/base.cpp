@@ -4,33 +4,6 @@
 #include "blas/gemm_scz/driver_base.h"
 #include "frame/services.h"
 
-namespace qor::base::gemm_scz {
-namespace {
-
-template <class T> using Body = void (*)(QOR_GEMM_SCZ_ARGS(T));
-
-// Quick return on an empty C, then the processor dispatch: only on tier 0
-// does a tuned AMD body run; Barcelona tail-calls its body, Bulldozer and
-// Zen call the _bdz body, anything else takes the baseline body.
-template <class T>
-void entry(Body<T> brc, Body<T> bdz, const char* ta, const char* tb, const i64* m, const i64* n, const i64* k,
-           const T* alpha, const T* a, const i64* lda, const T* b, const i64* ldb, const T* beta, T* c,
-           const i64* ldc) {
-  const i64 mm = *m, nn = *n;
-  if (mm <= 0 || nn <= 0) return;
-  if (qor_serv_cpu_detect() == 0) {
-    if (qor_serv_cpuisitbarcelona() != 0) return brc(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-    if (qor_serv_cpuisbulldozer() != 0 || qor_serv_cpuiszen() != 0) {
-      bdz(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-      return;
-    }
-  }
-  base_body(ta, op_of<T>(ta), op_of<T>(tb), mm, nn, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc);
-}
-
-}  // namespace
-}  // namespace qor::base::gemm_scz
-
 namespace g = qor::base::gemm_scz;
 using g::Beta;
 using g::Op;
@@ -38,8 +11,13 @@ using std::int64_t;
 
 #define QOR_GEMM_SCZ_BASE(x, E, BRC)                                                                         \
   QOR_DEF_API void qor_blas_def_x##x##gemm(QOR_GEMM_SCZ_ARGS(E)) {                                           \
-    g::entry<E>(&BRC, &qor_blas_def_x##x##gemm_bdz, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c,   \
-                ldc);                                                                                        \
+    qor::base::gemm::entry<E>(                                                                               \
+        &BRC, &qor_blas_def_x##x##gemm_bdz,                                                                  \
+        [](QOR_GEMM_SCZ_ARGS(E)) {                                                                           \
+          g::base_body(transa, g::op_of<E>(transa), g::op_of<E>(transb), *m, *n, *k, *alpha, a, *lda, b, *ldb, \
+                       *beta, c, *ldc);                                                                      \
+        },                                                                                                   \
+        transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                                       \
   }                                                                                                          \
   QOR_DEF_API void qor_blas_def_##x##gemm_pst(QOR_GEMM_SCZ_ARGS(E)) {                                        \
     g::pst<E>(transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc);                          \

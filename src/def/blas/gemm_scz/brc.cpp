@@ -3,15 +3,10 @@
 #include "blas/gemm_scz/brc.h"
 
 namespace g = qor::brc::gemm_scz;
-using g::Beta;
 using g::Op;
 using std::int64_t;
 
 namespace {
-
-template <class T> Beta mode_of(const T& beta) {
-  return g::is_zero(beta) ? Beta::Zero : g::is_one(beta) ? Beta::One : Beta::Any;
-}
 
 void s_body(bool rule1, bool inside, const char* ta, const char* tb, const int64_t* m, const int64_t* n,
             const int64_t* k, const float* alpha, const float* a, const int64_t* lda, const float* b,
@@ -45,8 +40,10 @@ QOR_DEF_API void qor_blas_def_sgemm_blk_info_0_brc(QOR_GEMM_SCZ_BLK_ARGS) {
 QOR_DEF_API void qor_blas_def_sgemm_blk_info_1_brc(QOR_GEMM_SCZ_BLK_ARGS) {
   g::sgemm_blk_info_1(*m, *n, *k, mb, nb, kb, mr, nr, kr);
 }
-QOR_DEF_API void qor_blas_def_sgemm_getbufs_brc(const int64_t* which, QOR_GEMM_SCZ_GETBUFS_ARGS) {
-  g::sgemm_getbufs_brc(*which, *mb, *nb, *kb, raw, apanel, bpanel, extra);
+// The d member's four cases, with four bytes per A element (eight are
+// reserved per B element).
+QOR_DEF_API void qor_blas_def_sgemm_getbufs_brc(QOR_GEMM_SCZ_GETBUFS_ARGS) {
+  qor::brc::gemm::getbufs_brc<4>(*mb, *nb, *kb, raw, apanel, bpanel, extra);
 }
 QOR_DEF_API void qor_blas_def_sgemm_freebufs_brc(void* raw) { qor_serv_deallocate(raw); }
 
@@ -54,17 +51,18 @@ QOR_DEF_API void qor_blas_def_sgemm_freebufs_brc(void* raw) { qor_serv_deallocat
 // blocks, not in the tile.
 QOR_DEF_API void qor_blas_def_sgemm_kernel0_0_brc(QOR_GEMM_SCZ_INNER(float)) {
   (void)alpha;
-  g::brc_kernel(*m, *n, *k, a, b, *beta, mode_of(*beta), c, *ldc, expanded);
+  g::brc_kernel(*m, *n, *k, a, b, *beta, g::beta_mode(true, *beta), c, *ldc, expanded);
 }
 QOR_DEF_API void qor_blas_def_sgemm_kernel1_0_brc(QOR_GEMM_SCZ_INNER(float)) {
   (void)alpha;
-  g::brc_kernel(*m, *n, *k, a, b, *beta, mode_of(*beta), c, *ldc, expanded);
+  g::brc_kernel(*m, *n, *k, a, b, *beta, g::beta_mode(true, *beta), c, *ldc, expanded);
 }
 QOR_DEF_API void qor_blas_def_sgemm_kernel0_1_brc(const char* transb, const int64_t* m, const int64_t* n,
                                                   const int64_t* k, const float* a, const float* b,
                                                   const int64_t* ldb, const float* beta, float* c,
                                                   const int64_t* ldc, float* expanded) {
-  g::brc_kernel_inside(g::op_of<float>(transb), *m, *n, *k, a, b, *ldb, *beta, mode_of(*beta), c, *ldc, expanded);
+  g::brc_kernel_inside(g::op_of<float>(transb), *m, *n, *k, a, b, *ldb, *beta, g::beta_mode(true, *beta), c, *ldc,
+                       expanded);
 }
 
 #define QOR_GEMM_SCZ_S_COPYA(name, OP)                                         \
@@ -98,7 +96,7 @@ QOR_GEMM_SCZ_S_COPYB(sgemm_copybt_0_brc, Op::T)
   }                                                                                                          \
   QOR_DEF_API void qor_blas_def_##x##gemm_kernel_0_brc(QOR_GEMM_SCZ_INNER(E)) {                              \
     (void)alpha;                                                                                             \
-    g::brc_kernel(*m, *n, *k, a, b, *beta, mode_of(*beta), c, *ldc, expanded);                               \
+    g::brc_kernel(*m, *n, *k, a, b, *beta, g::beta_mode(true, *beta), c, *ldc, expanded);                    \
   }                                                                                                          \
   QOR_DEF_API void qor_blas_def_##x##gemm_copyan_brc(QOR_GEMM_SCZ_COPYA(E)) {                                \
     g::pack_a_sse(Op::N, *rows, *depth, a, *lda, panel, *alpha);                                             \

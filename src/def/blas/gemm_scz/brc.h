@@ -18,22 +18,9 @@
 QOR_ISA_BEGIN
 namespace gemm_scz {
 
-// Depth rule D4 (limit 256): below 256 the larger of k rounded up to a
-// multiple of 4 and 128; from 256 on, 256 when k is 256 or at least 512,
-// otherwise k/2 rounded down to a multiple of 4 and raised by 4 whenever
-// k AND 6 is not zero. `halve` false keeps 256 for every k from 256 on.
-inline i64 depth_rule_d4(i64 k, bool halve = true) {
-  if (k < 256) {
-    const i64 r = round_up(k, 4);
-    return r > 128 ? r : 128;
-  }
-  if (!halve || k == 256 || k >= 512) return 256;
-  return ((k / 2) & ~i64{3}) + ((k & 6) != 0 ? 4 : 0);
-}
-
-inline Beta beta_mode(bool first, const auto& beta) {
-  return !first || is_one(beta) ? Beta::One : is_zero(beta) ? Beta::Zero : Beta::Any;
-}
+// Depth rule D4 with limit 256; the c and z bodies keep 256 for every k
+// from 256 on, without the halving.
+inline i64 depth_rule_d4(i64 k, bool halve = true) { return halve || k < 256 ? gemm::depth_rule_d4(k, 256) : 256; }
 
 // A tile product followed by the store of its part in C.
 template <class T>
@@ -124,72 +111,38 @@ template <class T> void get_blks_size_brc(i64 m, i64 k, i64* mb, i64* kb) {
   *mb = r < cap ? r : cap;
 }
 
-// Work area of the s bodies, `which` bit 0 for an A panel, bit 1 for a B
-// panel, with four bytes per A element and eight reserved per B element.
-inline void sgemm_getbufs_brc(i64 which, i64 mb, i64 nb, i64 kb, void** raw, void** ap, void** bp, void** ep) {
-  *raw = *ap = *bp = *ep = nullptr;
-  if (mb <= 0 || nb <= 0 || kb <= 0) return;
-  const bool wa = (which & 1) != 0, wb = (which & 2) != 0;
-  i64 bytes = 64 * kb;
-  if (wa && wb) bytes += 4 * kb * mb + 8 * kb * nb + 21760;
-  else if (wa) bytes += 4 * kb * mb + 13056;
-  else if (wb) bytes += 8 * kb * nb + 13568;
-  else bytes += 4864;
-  void* p = qor_serv_allocate(bytes, 128);
-  if (p == nullptr) return;
-  *raw = p;
-  char* end = static_cast<char*>(p);
-  if (wa) {
-    char* a = align_up<char>(p, 4096);
-    *ap = a;
-    end = a + 4 * kb * mb;
-  }
-  char* e = align_up<char>(end + 256, 128);
-  *ep = e;
-  if (wb) *bp = align_up<char>(e + 64 * kb + 768, 4096);
-}
-
-template <class T> using BrcPackA = void (*)(Op, i64, i64, const T*, i64, T*, T);
-
 // The s bodies: blocks from the rule, work area, and the loop over blocks,
 // with B packed in its own pass (inside false) or by the kernel.
 inline void sgemm_brc_body(bool rule1, bool inside, Op opa, Op opb, i64 m, i64 n, i64 k, float alpha, const float* a,
                            i64 lda, const float* b, i64 ldb, float beta, float* c, i64 ldc) {
-  if (alpha == 0.0f) {
-    scale_block(m, n, beta, c, ldc);
-    return;
-  }
-  if (traits<float>::small(m, n, k)) {
-    pst(opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-    return;
-  }
   i64 mb = 0, nb = 0, kb = 0, mr, nr, kr;
   if (rule1) sgemm_blk_info_1(m, n, k, &mb, &nb, &kb, &mr, &nr, &kr);
   else sgemm_blk_info_0(m, n, k, &mb, &nb, &kb, &mr, &nr, &kr);
-  void *raw, *apv, *bpv, *epv;
-  sgemm_getbufs_brc(inside ? 1 : 3, mb, nb, kb, &raw, &apv, &bpv, &epv);
-  if (qor_serv_check_ptr_and_warn(raw, "SGEMM") != 0) {
-    pst(opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-    return;
-  }
-  auto* ap = static_cast<float*>(apv);
-  auto* bp = static_cast<float*>(bpv);
-  auto* ep = static_cast<float*>(epv);
-  const i64 mstep = mb & ~i64{7};
-  for (i64 j = 0; j < n; j += nb) {
-    const i64 nj = n - j < nb ? n - j : nb;
-    for_depth_blocks(k, kb, [&](i64 l0, i64 d, bool first) {
-      const Beta mode = beta_mode(first, beta);
-      if (!inside) pack_b_sse(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp);
-      for (i64 i = 0; i < m; i += mstep) {
-        const i64 mi = m - i < mstep ? m - i : mstep;
-        pack_a_sse(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha);
-        if (inside) brc_kernel_inside(opb, mi, nj, d, ap, b_at(b, ldb, opb, l0, j), ldb, beta, mode, c + i + j * ldc, ldc, ep);
-        else brc_kernel(mi, nj, d, ap, bp, beta, mode, c + i + j * ldc, ldc, ep);
-      }
-    });
-  }
-  qor_serv_deallocate(raw);
+  float *ap, *bp, *ep;
+  auto alloc = [&] {
+    void* raw;
+    gemm::getbufs_brc<4>(mb, inside ? 0 : nb, kb, &raw, &ap, &bp, &ep);
+    return raw;
+  };
+  auto packed = [&](void*) {
+    const i64 mstep = mb & ~i64{7};
+    for (i64 j = 0; j < n; j += nb) {
+      const i64 nj = n - j < nb ? n - j : nb;
+      for_depth_blocks(k, kb, [&](i64 l0, i64 d, bool first) {
+        const Beta mode = beta_mode(first, beta);
+        if (!inside) pack_b_sse(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp);
+        for (i64 i = 0; i < m; i += mstep) {
+          const i64 mi = m - i < mstep ? m - i : mstep;
+          pack_a_sse(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha);
+          if (inside)
+            brc_kernel_inside(opb, mi, nj, d, ap, b_at(b, ldb, opb, l0, j), ldb, beta, mode, c + i + j * ldc, ldc, ep);
+          else
+            brc_kernel(mi, nj, d, ap, bp, beta, mode, c + i + j * ldc, ldc, ep);
+        }
+      });
+    }
+  };
+  packed_body<float>("SGEMM", alloc, packed, opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
 
 // The c and z body, with its one kernel.
@@ -197,39 +150,32 @@ template <class T>
 void cz_brc_body(Op opa, Op opb, i64 m, i64 n, i64 k, T alpha, const T* a, i64 lda, const T* b, i64 ldb, T beta, T* c,
                  i64 ldc) {
   using R = real_t<T>;
-  if (is_zero(alpha)) {
-    scale_block(m, n, beta, c, ldc);
-    return;
-  }
-  if (traits<T>::small(m, n, k)) {
-    pst(opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-    return;
-  }
   i64 mb, kb;
   get_blks_size_brc<T>(m, k, &mb, &kb);
   const i64 nb = n < 256 ? round_up(n, 4) : 256;
-  const i64 bytes = static_cast<i64>(sizeof(T)) * kb * (mb + nb) + kb * sse_tile<T>::e_step * static_cast<i64>(sizeof(R)) + 3 * 4096;
-  void* raw = qor_serv_allocate(bytes, 128);
-  if (qor_serv_check_ptr_and_warn(raw, traits<T>::name) != 0) {
-    pst(opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-    return;
-  }
-  T* ap = align_up<T>(raw, 4096);
-  T* ep = align_up<T>(ap + mb * kb, 128);
-  T* bp = align_up<T>(reinterpret_cast<R*>(ep) + kb * sse_tile<T>::e_step, 4096);
-  for (i64 j = 0; j < n; j += nb) {
-    const i64 nj = n - j < nb ? n - j : nb;
-    for_depth_blocks(k, kb, [&](i64 l0, i64 d, bool first) {
-      const Beta mode = beta_mode(first, beta);
-      pack_b_sse(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp);
-      for (i64 i = 0; i < m; i += mb) {
-        const i64 mi = m - i < mb ? m - i : mb;
-        pack_a_sse(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha);
-        brc_kernel(mi, nj, d, ap, bp, beta, mode, c + i + j * ldc, ldc, ep);
-      }
-    });
-  }
-  qor_serv_deallocate(raw);
+  auto alloc = [&] {
+    return qor_serv_allocate(static_cast<i64>(sizeof(T)) * kb * (mb + nb) +
+                                 kb * sse_tile<T>::e_step * static_cast<i64>(sizeof(R)) + 3 * 4096,
+                             128);
+  };
+  auto packed = [&](void* raw) {
+    T* ap = align_up<T>(raw, 4096);
+    T* ep = align_up<T>(ap + mb * kb, 128);
+    T* bp = align_up<T>(reinterpret_cast<R*>(ep) + kb * sse_tile<T>::e_step, 4096);
+    for (i64 j = 0; j < n; j += nb) {
+      const i64 nj = n - j < nb ? n - j : nb;
+      for_depth_blocks(k, kb, [&](i64 l0, i64 d, bool first) {
+        const Beta mode = beta_mode(first, beta);
+        pack_b_sse(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp);
+        for (i64 i = 0; i < m; i += mb) {
+          const i64 mi = m - i < mb ? m - i : mb;
+          pack_a_sse(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha);
+          brc_kernel(mi, nj, d, ap, bp, beta, mode, c + i + j * ldc, ldc, ep);
+        }
+      });
+    }
+  };
+  packed_body<T>(traits<T>::name, alloc, packed, opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
 
 }  // namespace gemm_scz

@@ -17,10 +17,6 @@
 QOR_ISA_BEGIN
 namespace gemm_scz {
 
-inline Beta beta_mode_of(bool first, bool zero, bool one) {
-  return !first || one ? Beta::One : zero ? Beta::Zero : Beta::Any;
-}
-
 template <class T>
 void inner_any(Beta mode, i64 m, i64 n, i64 kp, const T* a, const T* b, T beta, T* c, i64 ldc, T* e) {
   if (mode == Beta::Zero) inner<T, Beta::Zero>(m, n, kp, a, b, beta, c, ldc, e);
@@ -55,47 +51,37 @@ void base_body(const char* ta, Op opa, Op opb, i64 m, i64 n, i64 k, T alpha, con
                T* c, i64 ldc) {
   using Tr = traits<T>;
   using R = real_t<T>;
-  if (is_zero(alpha)) {
-    scale_block(m, n, beta, c, ldc);
-    return;
-  }
-  if (Tr::small(m, n, k)) {
-    pst(opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-    return;
-  }
   const i64 nb = n < Tr::nb_max ? n : Tr::nb_max;
-  void* raw = qor_serv_allocate(Tr::work_bytes(nb), 128);
-  if (qor_serv_check_ptr_and_warn(raw, Tr::name) != 0) {
-    pst(opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-    return;
-  }
-  // A panel on the first 4096-byte boundary above the raw pointer, the
-  // expanded area after it on 128, the B panel after that on 4096.
-  T* ap = reinterpret_cast<T*>((reinterpret_cast<std::uintptr_t>(raw) & ~std::uintptr_t{4095}) + 4096);
-  T* ep = align_up<T>(ap + Tr::mb * Tr::kb, 128);
-  T* bp = align_up<T>(reinterpret_cast<R*>(ep) + Tr::kb * sse_tile<T>::e_step, 4096);
+  auto alloc = [&] { return qor_serv_allocate(Tr::work_bytes(nb), 128); };
+  auto packed = [&](void* raw) {
+    // A panel on the first 4096-byte boundary above the raw pointer, the
+    // expanded area after it on 128, the B panel after that on 4096.
+    T* ap = reinterpret_cast<T*>((reinterpret_cast<std::uintptr_t>(raw) & ~std::uintptr_t{4095}) + 4096);
+    T* ep = align_up<T>(ap + Tr::mb * Tr::kb, 128);
+    T* bp = align_up<T>(reinterpret_cast<R*>(ep) + Tr::kb * sse_tile<T>::e_step, 4096);
 
-  const bool bz = is_zero(beta), b1 = is_one(beta);
-  const i64 mm = m / Tr::main_rows * Tr::main_rows, n4 = n / 4 * 4;
-  for (i64 j = 0; j < n4; j += nb) {
-    const i64 nj = n4 - j < nb ? n4 - j : nb;
-    for_depth_blocks(k, Tr::kb, [&](i64 l0, i64 d, bool first) {
-      const i64 kp = round_up(d, 4);
-      pack_b_sse(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp);
-      const Beta mode = beta_mode_of(first, bz, b1);
-      for (i64 i = 0; i < mm; i += Tr::mb) {
-        const i64 mi = mm - i < Tr::mb ? mm - i : Tr::mb;
-        pack_a_sse(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha);
-        inner_any(mode, mi, nj, kp, ap, bp, beta, c + i + j * ldc, ldc, ep);
-      }
-    });
-  }
-  // Rows past the last whole tile, over the packed columns; then the
-  // columns past the last group of 4, over all rows. Each part of C gets
-  // beta once.
-  if (mm < m && n4 > 0) pst(opa, opb, m - mm, n4, k, alpha, a_at(a, lda, opa, mm, 0), lda, b, ldb, beta, c + mm, ldc);
-  remainder_columns(ta, opa, opb, m, n4, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-  qor_serv_deallocate(raw);
+    const i64 mm = m / Tr::main_rows * Tr::main_rows, n4 = n / 4 * 4;
+    for (i64 j = 0; j < n4; j += nb) {
+      const i64 nj = n4 - j < nb ? n4 - j : nb;
+      for_depth_blocks(k, Tr::kb, [&](i64 l0, i64 d, bool first) {
+        const i64 kp = round_up(d, 4);
+        pack_b_sse(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp);
+        const Beta mode = beta_mode(first, beta);
+        for (i64 i = 0; i < mm; i += Tr::mb) {
+          const i64 mi = mm - i < Tr::mb ? mm - i : Tr::mb;
+          pack_a_sse(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha);
+          inner_any(mode, mi, nj, kp, ap, bp, beta, c + i + j * ldc, ldc, ep);
+        }
+      });
+    }
+    // Rows past the last whole tile, over the packed columns; then the
+    // columns past the last group of 4, over all rows. Each part of C gets
+    // beta once.
+    if (mm < m && n4 > 0)
+      pst(opa, opb, m - mm, n4, k, alpha, a_at(a, lda, opa, mm, 0), lda, b, ldb, beta, c + mm, ldc);
+    remainder_columns(ta, opa, opb, m, n4, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+  };
+  packed_body<T>(Tr::name, alloc, packed, opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
 
 }  // namespace gemm_scz

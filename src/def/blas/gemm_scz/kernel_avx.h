@@ -244,7 +244,7 @@ inline void strip_rows(i64 h, i64& off, i64 n, i64 k, const real_t<T>* strip, co
 template <class T> void avx_kernel(i64 m, i64 n, i64 k, const T* a, const T* b, T beta, T* c, i64 ldc) {
   if (m <= 0 || n <= 0) return;
   constexpr i64 MR = avx_shape<T>::mr;
-  const Beta mode = is_zero(beta) ? Beta::Zero : is_one(beta) ? Beta::One : Beta::Any;
+  const Beta mode = beta_mode(true, beta);
   if (k <= 0) {
     // No depth: only beta acts.
     for (i64 j = 0; j < n; ++j)

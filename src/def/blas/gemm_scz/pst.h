@@ -5,7 +5,9 @@
 #pragma once
 #include <cstring>
 
+#include "blas/gemm_scz/scale.h"
 #include "blas/gemm_scz/traits.h"
+#include "frame/services.h"
 
 QOR_ISA_BEGIN
 namespace gemm_scz {
@@ -29,9 +31,15 @@ template <class T> inline void beta_column(i64 m, T beta, T* cj) {
   for (i64 i = 0; i < m; ++i) cj[i] = mul(beta, cj[i]);
 }
 
+// The real member takes the unpacked kernel of the d member, instantiated
+// for its type; the complex members have this one, which conjugates.
 template <class T>
 void pst(Op opa, Op opb, i64 m, i64 n, i64 k, T alpha, const T* a, i64 lda, const T* b, i64 ldb, T beta, T* c,
          i64 ldc) {
+  if constexpr (!is_complex_v<T>) {
+    return gemm::pst<T>(opa == Op::N ? 'N' : 'T', opb == Op::N ? 'N' : 'T', m, n, k, alpha, a, lda, b, ldb, beta, c,
+                        ldc);
+  }
   if (m <= 0 || n <= 0) return;
   for (i64 j = 0; j < n; ++j) {
     T* cj = c + j * ldc;
@@ -81,6 +89,20 @@ template <class T>
 void pst(const char* ta, const char* tb, i64 m, i64 n, i64 k, T alpha, const T* a, i64 lda, const T* b, i64 ldb,
          T beta, T* c, i64 ldc) {
   pst(op_of<T>(ta), op_of<T>(tb), m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+}
+
+// The frame of every packed body of these members: with alpha 0 C is only
+// scaled (beta 0 clears it without reading it, beta 1 leaves it); a shape
+// under the member's threshold, or a refused work area (the warning names
+// `routine`), goes through the unpacked kernel with the real beta;
+// otherwise `packed` runs on the area that `alloc` gave.
+template <class T, class Alloc, class Packed>
+void packed_body(const char* routine, Alloc alloc, Packed packed, Op opa, Op opb, i64 m, i64 n, i64 k, T alpha,
+                 const T* a, i64 lda, const T* b, i64 ldb, T beta, T* c, i64 ldc) {
+  if (is_zero(alpha)) return scale_block(m, n, beta, c, ldc);
+  auto unpacked = [&] { pst(opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc); };
+  if (traits<T>::small(m, n, k)) return unpacked();
+  gemm::with_work_area(routine, alloc, &qor_serv_deallocate, packed, unpacked);
 }
 
 }  // namespace gemm_scz

@@ -59,8 +59,14 @@ template <> struct sse<double> {
   static V alt(double x) { return _mm_setr_pd(-x, x); }
 };
 
-// How the first kernel call of a C block treats C.
+// How a kernel call treats C: the first call on a block of C applies beta
+// (Zero stores without reading C, Any multiplies it first, One adds); every
+// later call adds.
 enum class Beta { Zero, One, Any };
+
+template <class T> inline Beta beta_mode(bool first, const T& beta) {
+  return !first || is_one(beta) ? Beta::One : is_zero(beta) ? Beta::Zero : Beta::Any;
+}
 
 template <class T> struct sse_tile {
   using R = real_t<T>;

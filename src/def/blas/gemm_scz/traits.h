@@ -6,13 +6,19 @@
 #pragma once
 #include <cstdint>
 
+#include "blas/gemm/common.h"
 #include "frame/isa.h"
 #include "frame/types.h"
 
 QOR_ISA_BEGIN
 namespace gemm_scz {
 
-using i64 = std::int64_t;
+// The pieces the d member has already: sizes, the depth rules, the work
+// area frame and the entry.
+using gemm::align_up;
+using gemm::clamp;
+using gemm::i64;
+using gemm::round_up;
 
 template <class T> struct traits;
 
@@ -78,14 +84,6 @@ template <class T> inline T conj_if(const T& x, bool c) {
 // Element (i, l) of op(A), with i the row of op(A).
 template <class T> inline T op_at(const T* a, i64 lda, Op op, i64 i, i64 l) {
   return op == Op::N ? a[i + l * lda] : conj_if(a[l + i * lda], op == Op::C);
-}
-
-inline i64 round_up(i64 x, i64 q) { return (x + q - 1) / q * q; }
-inline i64 clamp(i64 x, i64 lo, i64 hi) { return x < lo ? lo : x > hi ? hi : x; }
-
-template <class P> inline P* align_up(void* p, std::uintptr_t to) {
-  auto v = reinterpret_cast<std::uintptr_t>(p);
-  return reinterpret_cast<P*>((v + to - 1) & ~(to - 1));
 }
 
 // Depth blocks in the order they are handled: the last k mod kb values of

@@ -79,14 +79,6 @@ template <class T> void pack_b_avx(Op op, i64 d, i64 n, const T* b, i64 ldb, T* 
 }
 
 // ---- Blocking rule and work area ------------------------------------------
-// Depth rule D1: below 192 the larger of k and 128; from 192 on, 192 when k
-// is 192 or at least 384, otherwise k/2, so that a k just above the limit
-// is cut into two near-equal blocks.
-inline i64 depth_rule_d1(i64 k) {
-  if (k < 192) return k > 128 ? k : 128;
-  return (k == 192 || k >= 384) ? 192 : k / 2;
-}
-
 template <class T> struct avx_blocks;
 template <> struct avx_blocks<float> { static constexpr i64 mb_max = 6400, nb_max = 384, b_bytes = 8; };
 template <> struct avx_blocks<c32> { static constexpr i64 mb_max = 3200, nb_max = 192, b_bytes = 8; };
@@ -97,7 +89,7 @@ template <class T> void blk_info_avx(i64 m, i64 n, i64 k, i64* mb, i64* nb, i64*
   *mr = MR;
   *nr = NR;
   *kr = 1;
-  if (*kb == 0) *kb = depth_rule_d1(k);
+  if (*kb == 0) *kb = gemm::depth_rule_d1(k);
   if (*mb == 0) {
     const i64 r = round_up(m > 0 ? m : 1, MR);
     *mb = r < avx_blocks<T>::mb_max ? r : avx_blocks<T>::mb_max;
@@ -128,39 +120,33 @@ template <class T> using AvxKernel = void (*)(const i64*, const i64*, const i64*
 template <class T>
 void tuned_body(AvxKernel<T> kzen, AvxKernel<T> kbdz, Op opa, Op opb, i64 m, i64 n, i64 k, T alpha, const T* a,
                 i64 lda, const T* b, i64 ldb, T beta, T* c, i64 ldc) {
-  if (is_zero(alpha)) {
-    scale_block(m, n, beta, c, ldc);
-    return;
-  }
-  if (traits<T>::small(m, n, k)) {
-    pst(opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-    return;
-  }
   i64 mb = 0, nb = 0, kb = 0, mr, nr, kr;
   blk_info_avx<T>(m, n, k, &mb, &nb, &kb, &mr, &nr, &kr);
-  void *raw, *apv, *bpv, *extra;
-  getbufs_avx<T>(mb, nb, kb, &raw, &apv, &bpv, &extra);
-  // The four tuned bodies share this lower-case name in their warning.
-  if (qor_serv_check_ptr_and_warn(raw, "xdgemm") != 0) {
-    pst(opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-    return;
-  }
-  T* ap = static_cast<T*>(apv);
-  T* bp = static_cast<T*>(bpv);
-  const AvxKernel<T> kernel = qor_serv_cpuiszen() != 0 ? kzen : kbdz;
-  const T one(1);
-  for (i64 j = 0; j < n; j += nb) {
-    const i64 nj = n - j < nb ? n - j : nb;
-    for_depth_blocks(k, kb, [&](i64 l0, i64 d, bool first) {
-      pack_b_avx(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp);
-      for (i64 i = 0; i < m; i += mb) {
-        const i64 mi = m - i < mb ? m - i : mb;
-        pack_a_avx(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha);
-        kernel(&mi, &nj, &d, ap, bp, first ? &beta : &one, c + i + j * ldc, &ldc);
-      }
-    });
-  }
-  qor_serv_deallocate(raw);
+  void *apv, *bpv, *extra;
+  auto alloc = [&] {
+    void* raw;
+    getbufs_avx<T>(mb, nb, kb, &raw, &apv, &bpv, &extra);
+    return raw;
+  };
+  auto packed = [&](void*) {
+    T* ap = static_cast<T*>(apv);
+    T* bp = static_cast<T*>(bpv);
+    const AvxKernel<T> kernel = qor_serv_cpuiszen() != 0 ? kzen : kbdz;
+    const T one(1);
+    for (i64 j = 0; j < n; j += nb) {
+      const i64 nj = n - j < nb ? n - j : nb;
+      for_depth_blocks(k, kb, [&](i64 l0, i64 d, bool first) {
+        pack_b_avx(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp);
+        for (i64 i = 0; i < m; i += mb) {
+          const i64 mi = m - i < mb ? m - i : mb;
+          pack_a_avx(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha);
+          kernel(&mi, &nj, &d, ap, bp, first ? &beta : &one, c + i + j * ldc, &ldc);
+        }
+      });
+    }
+  };
+  // The four tuned bodies share the lower-case name in their warning.
+  packed_body<T>("xdgemm", alloc, packed, opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
 
 }  // namespace gemm_scz
