@@ -25,43 +25,15 @@ inline void col_rows(i64 j, i64 i0, i64 i1, i64& r0, i64& r1) {
   }
 }
 
-// Rank one on rows [i0, i1) of the triangle: xs holds x[i0..i1)
-// contiguous, x (stride incx) gives the factor of each column. A column
-// whose x element is zero is passed over, so what is in it stays exactly
-// as it was; the Hermitian form still drops the imaginary part of the
-// diagonal there, and its diagonal gets only the real part of the update.
-template <class T, class TA, bool Herm, bool Lower, class Lay>
-void syr_rows(i64 n, i64 i0, i64 i1, TA alpha, const T* xs, const T* x, i64 incx, Lay lay) {
-  const i64 j0 = Lower ? 0 : i0;
-  const i64 j1 = Lower ? (i1 < n ? i1 : n) : n;
-  for (i64 j = j0; j < j1; ++j) {
-    i64 r0, r1;
-    col_rows<Lower>(j, i0, i1, r0, r1);
-    if (r0 >= r1) continue;
-    T* col = lay.at(0, j);
-    const bool diag = j >= i0 && j < i1;
-    const T xj = x[j * incx];
-    if (l2c::is_zero(xj)) {
-      if (Herm && diag) col[j] = l2c::real_only(col[j]);
-      continue;
-    }
-    const T t = l2c::mul(T(alpha), l2c::conj_if<Herm>(xj));
-    if (Herm && diag) {
-      col[j] = T(l2c::re(col[j]) + l2c::re(l2c::mul(xj, t)));
-      if (Lower) {
-        l2::axpy_col(r1 - j - 1, t, xs + (j + 1 - i0), col + j + 1);
-      } else {
-        l2::axpy_col(j - r0, t, xs + (r0 - i0), col + r0);
-      }
-    } else {
-      l2::axpy_col(r1 - r0, t, xs + (r0 - i0), col + r0);
-    }
-  }
-}
-
-// Rank two on rows [i0, i1): A += alpha x op(y)^T + op(alpha) y op(x)^T.
-template <class T, bool Herm, bool Lower, class Lay>
-void syr2_rows(i64 n, i64 i0, i64 i1, T alpha, const T* xs, const T* ys, const T* x, i64 incx, const T* y,
+// Rank one (Two false: A += alpha x op(x)^T) or rank two (A += alpha x
+// op(y)^T + op(alpha) y op(x)^T) on rows [i0, i1) of the triangle: xs, ys
+// hold x[i0..i1), y[i0..i1) contiguous, x and y (strides incx, incy) give
+// the factors of each column. A column whose factors are all zero is passed
+// over, so what is in it stays exactly as it was; the Hermitian form still
+// drops the imaginary part of the diagonal there, and its diagonal gets
+// only the real part of the update.
+template <class T, class TA, bool Herm, bool Lower, bool Two, class Lay>
+void rank_rows(i64 n, i64 i0, i64 i1, TA alpha, const T* xs, const T* ys, const T* x, i64 incx, const T* y,
                i64 incy, Lay lay) {
   const i64 j0 = Lower ? 0 : i0;
   const i64 j1 = Lower ? (i1 < n ? i1 : n) : n;
@@ -72,22 +44,31 @@ void syr2_rows(i64 n, i64 i0, i64 i1, T alpha, const T* xs, const T* ys, const T
     T* col = lay.at(0, j);
     const bool diag = j >= i0 && j < i1;
     const T xj = x[j * incx];
-    const T yj = y[j * incy];
+    const T yj = Two ? y[j * incy] : T(0);
     if (l2c::is_zero(xj) && l2c::is_zero(yj)) {
       if (Herm && diag) col[j] = l2c::real_only(col[j]);
       continue;
     }
-    const T t1 = l2c::mul(alpha, l2c::conj_if<Herm>(yj));
-    const T t2 = l2c::conj_if<Herm>(l2c::mul(alpha, xj));
-    if (Herm && diag) {
-      col[j] = T(l2c::re(col[j]) + l2c::re(l2c::mul(xj, t1) + l2c::mul(yj, t2)));
-      if (Lower) {
-        l2::axpy2_col(r1 - j - 1, t1, t2, xs + (j + 1 - i0), ys + (j + 1 - i0), col + j + 1);
+    // col += xs * t1 (+ ys * t2) over rows [lo, hi).
+    const T t1 = l2c::mul(T(alpha), l2c::conj_if<Herm>(Two ? yj : xj));
+    const T t2 = Two ? l2c::conj_if<Herm>(l2c::mul(T(alpha), xj)) : T(0);
+    auto update = [&](i64 lo, i64 hi) {
+      if constexpr (Two) {
+        l2::axpy2_col(hi - lo, t1, t2, xs + (lo - i0), ys + (lo - i0), col + lo);
       } else {
-        l2::axpy2_col(j - r0, t1, t2, xs + (r0 - i0), ys + (r0 - i0), col + r0);
+        l2::axpy_col(hi - lo, t1, xs + (lo - i0), col + lo);
+      }
+    };
+    if (Herm && diag) {
+      const T d = Two ? l2c::mul(xj, t1) + l2c::mul(yj, t2) : l2c::mul(xj, t1);
+      col[j] = T(l2c::re(col[j]) + l2c::re(d));
+      if (Lower) {
+        update(j + 1, r1);
+      } else {
+        update(r0, j);
       }
     } else {
-      l2::axpy2_col(r1 - r0, t1, t2, xs + (r0 - i0), ys + (r0 - i0), col + r0);
+      update(r0, r1);
     }
   }
 }
@@ -95,11 +76,11 @@ void syr2_rows(i64 n, i64 i0, i64 i1, T alpha, const T* xs, const T* ys, const T
 // The kernels: the whole triangle, vectors contiguous.
 template <class T, class TA, bool Herm, bool Lower, class Lay>
 void syr_kernel(i64 n, TA alpha, const T* x, Lay lay) {
-  syr_rows<T, TA, Herm, Lower>(n, 0, n, alpha, x, x, 1, lay);
+  rank_rows<T, TA, Herm, Lower, false>(n, 0, n, alpha, x, x, x, 1, x, 1, lay);
 }
 template <class T, bool Herm, bool Lower, class Lay>
 void syr2_kernel(i64 n, T alpha, const T* x, const T* y, Lay lay) {
-  syr2_rows<T, Herm, Lower>(n, 0, n, alpha, x, y, x, 1, y, 1, lay);
+  rank_rows<T, T, Herm, Lower, true>(n, 0, n, alpha, x, y, x, 1, y, 1, lay);
 }
 
 template <class T, class TA, bool Herm, bool Lower, class Lay>
@@ -123,7 +104,7 @@ void syr_entry(i64 n, TA alpha, const T* x, i64 incx, Lay lay) {
   for (i64 i = 0; i < n; i += l2c::kSlice) {
     const i64 i1 = n - i < l2c::kSlice ? n : i + l2c::kSlice;
     l2c::gather(i1 - i, x + i * incx, incx, stack.get());
-    syr_rows<T, TA, Herm, Lower>(n, i, i1, alpha, stack.get(), x, incx, lay);
+    rank_rows<T, TA, Herm, Lower, false>(n, i, i1, alpha, stack.get(), stack.get(), x, incx, x, incx, lay);
   }
 }
 
@@ -159,7 +140,7 @@ void syr2_entry(i64 n, T alpha, const T* x, i64 incx, const T* y, i64 incy, Lay 
     const i64 i1 = n - i < l2c::kSlice ? n : i + l2c::kSlice;
     l2c::gather(i1 - i, x + i * incx, incx, sx.get());
     l2c::gather(i1 - i, y + i * incy, incy, sy.get());
-    syr2_rows<T, Herm, Lower>(n, i, i1, alpha, sx.get(), sy.get(), x, incx, y, incy, lay);
+    rank_rows<T, T, Herm, Lower, true>(n, i, i1, alpha, sx.get(), sy.get(), x, incx, y, incy, lay);
   }
 }
 
