@@ -139,3 +139,44 @@ TYPED_TEST(Tri, WorkVectorAndFallback) {
   Calls<T>::tbmv("U", "T", "N", &zero, &one, a.data(), &three, x.data(), &one);
   for (auto v : x) EXPECT_EQ(v, T(7));
 }
+
+// As in the reference BLAS, a product or a solve without transposition
+// leaves column j of A unread when x[j] is 0: over a NaN in that column,
+// its diagonal included, x[j] stays 0 and no other element turns NaN.
+TYPED_TEST(Tri, ZeroElementsLeaveTheirColumnUnread) {
+  using T = TypeParam;
+  const T nan = T(std::numeric_limits<real_t<T>>::quiet_NaN());
+  const i64 n = 6, one = 1, k = 1, ldb = 2;
+  for (char uplo : {'U', 'L'}) {
+    const bool lower = uplo == 'L';
+    const i64 off = lower ? 4 : 2;  // a row of column 3 beside the diagonal
+    std::vector<T> a(n * n, T(0)), ap(n * (n + 1) / 2, T(0)), band(ldb * n, T(0));
+    for (i64 j = 0; j < n; ++j) {
+      const T d = j == 3 ? nan : T(2);
+      a[j + j * n] = d;
+      ap[packed_at(lower, n, j, j)] = d;
+      band[(lower ? 0 : k) + j * ldb] = d;
+    }
+    a[off + 3 * n] = nan;
+    ap[packed_at(lower, n, off, 3)] = nan;
+    band[(lower ? 1 : 0) + 3 * ldb] = nan;
+    for (bool solve : {false, true}) {
+      const T other = solve ? T(0.5) : T(2);
+      std::vector<std::vector<T>> xs(3, std::vector<T>(n, T(1)));
+      for (auto& x : xs) x[3] = T(0);
+      if (solve) {
+        Calls<T>::trsv(&uplo, "N", "N", &n, a.data(), &n, xs[0].data(), &one);
+        Calls<T>::tpsv(&uplo, "N", "N", &n, ap.data(), xs[1].data(), &one);
+        Calls<T>::tbsv(&uplo, "N", "N", &n, &k, band.data(), &ldb, xs[2].data(), &one);
+      } else {
+        Calls<T>::trmv(&uplo, "N", "N", &n, a.data(), &n, xs[0].data(), &one);
+        Calls<T>::tpmv(&uplo, "N", "N", &n, ap.data(), xs[1].data(), &one);
+        Calls<T>::tbmv(&uplo, "N", "N", &n, &k, band.data(), &ldb, xs[2].data(), &one);
+      }
+      for (int f = 0; f < 3; ++f)
+        for (i64 i = 0; i < n; ++i)
+          EXPECT_EQ(xs[f][i], i == 3 ? T(0) : other) << "form " << f << " uplo " << uplo << " solve " << solve
+                                                      << " i " << i;
+    }
+  }
+}

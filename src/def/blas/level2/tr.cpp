@@ -45,14 +45,15 @@ void tri_mv(bool unit, i64 nb, Lay lay, T* x) {
       const i64 j = Lower ? nb - 1 - s : s;
       const T* cp = lay.at(0, j);
       const T xj = x[j];
+      // A zero x[j] leaves column j unread, its diagonal included.
       if (!l2c::is_zero(xj)) {
         if (Lower) {
           for (i64 i = j + 1; i < nb; ++i) x[i] += l2c::mul(xj, cp[i]);
         } else {
           for (i64 i = 0; i < j; ++i) x[i] += l2c::mul(xj, cp[i]);
         }
+        if (!unit) x[j] = l2c::mul(xj, cp[j]);
       }
-      if (!unit) x[j] = l2c::mul(xj, cp[j]);
     }
   } else {
     for (i64 s = 0; s < nb; ++s) {
@@ -109,7 +110,6 @@ void tr_blocked(bool unit, i64 n, Lay lay, T* x, i64 incx) {
   if (n < 1) return;
   constexpr bool Trans = Op != 'N';
   constexpr bool Conj = Op == 'C';
-  const T one = T(1);
   const T factor = Solve ? T(-1) : T(1);
   l2c::Stack<T> stack;
   T* buf = stack.get();
@@ -142,7 +142,6 @@ void tr_blocked(bool unit, i64 n, Lay lay, T* x, i64 incx) {
     if (Solve) tri_sv<T, Lower, Trans, Conj>(unit, nb, lay.sub(r0), buf);
     l2c::scatter(nb, buf, x + r0 * incx, incx);
   }
-  (void)one;
 }
 
 template <class T, bool Solve, class Lay>
@@ -233,8 +232,8 @@ void tb_kernel(bool lower, char op, bool unit, i64 n, i64 k, const T* a, i64 lda
         const T xj = X(j);
         if (!l2c::is_zero(xj)) {
           for (i64 i = lo(j); i < hi(j); ++i) X(i) += l2c::mul(xj, A(i, j));
+          if (!unit) X(j) = l2c::mul(xj, A(j, j));
         }
-        if (!unit) X(j) = l2c::mul(xj, A(j, j));
       } else {
         if (l2c::is_zero(X(j))) continue;
         if (!unit) X(j) /= A(j, j);
