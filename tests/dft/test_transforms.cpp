@@ -112,6 +112,10 @@ TEST(DftTransforms, LargeSmoothAndPrimeLengths) {
   check_large<float, false>(100000, true);
   check_large<float, true>(10007, false);
   check_large<double, true>(3 * 7 * 11 * 13 * 16, false);
+  // beyond a million elements the first factors run as a head in column
+  // blocks: odd factors, and a radix with no kernel of its own (17)
+  check_large<double, false>(1594323, true, 3);  // 3^13
+  check_large<float, false>(1419857, false, 3);  // 17^5
 }
 
 TEST(DftTransforms, PowersOfTwo) {

@@ -223,6 +223,109 @@ void step_outord(R* data, const Step& st) {
   }
 }
 
+#if defined(__AVX2__)
+// ---- double precision in split blocks (AVX2) -----------------------------------
+// The first step reads the caller's interleaved data and writes split
+// blocks, middle steps go from blocks to blocks, the last step writes
+// interleaved data again. Columns and strides are multiples of four here.
+template <int P, bool INV>
+void split_first(const double* src, double* dst, int m, const double* tw) {
+  static_assert(P % 4 == 0);
+  for (int p = 0; p < m; p += 4) {
+    SD4 a[P];
+    sfor<0, P>([&](auto j) __attribute__((always_inline)) {
+      a[j] = SD4::load_interleaved(src + 2 * (p + j * i64{m}));
+    });
+    Dft<P, INV, SD4>::run(a);
+    sfor<1, P>([&](auto k) __attribute__((always_inline)) {
+      a[k] = cmul(a[k], Tw<SD4>::lanes(tw + 2 * ((k - 1) * i64{m} + p), INV));
+    });
+    // Block (p + lane, k0) gets lanes of a[k0], a[k0+2], a[k0+1], a[k0+3]:
+    // a 4 x 4 transpose; lanes come in the order p, p+2, p+1, p+3.
+    double* d = dst + 2 * (i64{P} * p);
+    const i64 lane_at[4] = {0, 2 * i64{P} * 2, 2 * i64{P}, 2 * i64{P} * 3};
+    sfor<0, P / 4>([&](auto b) __attribute__((always_inline)) {
+      constexpr int k0 = 4 * b;
+      auto tr = [&](__m256d r0, __m256d r1, __m256d r2, __m256d r3, int half) __attribute__((always_inline)) {
+        const __m256d t0 = _mm256_unpacklo_pd(r0, r1), t1 = _mm256_unpackhi_pd(r0, r1);
+        const __m256d t2 = _mm256_unpacklo_pd(r2, r3), t3 = _mm256_unpackhi_pd(r2, r3);
+        _mm256_storeu_pd(d + lane_at[0] + 2 * k0 + half, _mm256_permute2f128_pd(t0, t2, 0x20));
+        _mm256_storeu_pd(d + lane_at[1] + 2 * k0 + half, _mm256_permute2f128_pd(t1, t3, 0x20));
+        _mm256_storeu_pd(d + lane_at[2] + 2 * k0 + half, _mm256_permute2f128_pd(t0, t2, 0x31));
+        _mm256_storeu_pd(d + lane_at[3] + 2 * k0 + half, _mm256_permute2f128_pd(t1, t3, 0x31));
+      };
+      tr(a[k0].re, a[k0 + 2].re, a[k0 + 1].re, a[k0 + 3].re, 0);
+      tr(a[k0].im, a[k0 + 2].im, a[k0 + 1].im, a[k0 + 3].im, 4);
+    });
+  }
+}
+
+// Middle (OUT_IL false) or last (true) step on split blocks.
+template <int P, bool INV, bool OUT_IL>
+void split_step(const double* src, double* dst, const Step& st) {
+  i64 Q = st.Q, sl = st.sl, is = st.is, os = st.os;
+  const int m = st.m;
+  const double* tw = static_cast<const double*>(st.tw);
+  if (is == Q && os == Q) {
+    Q *= sl;
+    is = os = Q;
+    sl = 1;
+  }
+  const i64 js = is * sl * m, ks = os * sl;
+  D2T tws[P];
+  for (int p = 0; p < m; ++p) {
+    if (tw != nullptr)
+      for (int k = 1; k < P; ++k) tws[k] = Tw<SD4>::bcast(tw + 2 * ((k - 1) * i64{m} + p), INV);
+    for (i64 c = 0; c < sl; ++c) {
+      const double* s = src + 2 * (is * (c + sl * p));
+      double* d = dst + 2 * (os * (c + sl * P * i64{p}));
+      for (i64 q = 0; q < Q; q += 4) {
+        SD4 a[P];
+        sfor<0, P>([&](auto j) __attribute__((always_inline)) { a[j] = SD4::load(s + 2 * (q + j * js)); });
+        Dft<P, INV, SD4>::run(a);
+        sfor<0, P>([&](auto k) __attribute__((always_inline)) {
+          SD4 x = (k > 0 && tw != nullptr) ? cmul(a[k], tws[k]) : a[k];
+          if constexpr (OUT_IL) x.store_interleaved(d + 2 * (q + k * ks));
+          else x.store(d + 2 * (q + k * ks));
+        });
+      }
+    }
+  }
+}
+
+// Whether a plan can run in split blocks: double, radices with a split
+// kernel, the first one a multiple of four over a rest that is too, and
+// every column block a multiple of four wide.
+inline bool split_plan(const StepPlan& pl) {
+  if (pl.count < 2) return false;
+  const Record* rec = pl.rec;
+  if (i64{rec[0].factor} * rec[0].rest < 1024) return false;  // short ones gain nothing
+  if ((rec[0].factor != 4 && rec[0].factor != 8) || rec[0].rest % 4 != 0) return false;
+  for (int i = 0; i < pl.count; ++i)
+    if (rec[i].factor != 3 && rec[i].factor != 4 && rec[i].factor != 5 && rec[i].factor != 8) return false;
+  return pl.group == 0 || (rec[pl.group].stride % 4 == 0 && pl.width % 4 == 0);
+}
+
+// role 1: first step, 2: middle, 3: last.
+template <bool INV>
+QV_INLINE void split_record(int role, const Record& rc, const double* src, double* dst, i64 sl, i64 Q, i64 is, i64 os) {
+  const double* tw = static_cast<const double*>(rc.twiddle);
+  if (role == 1) {
+    if (rc.factor == 8) split_first<8, INV>(src, dst, rc.rest, tw);
+    else split_first<4, INV>(src, dst, rc.rest, tw);
+    return;
+  }
+  Step st{rc.factor, rc.rest, sl, Q, is, os, rc.twiddle, nullptr, nullptr};
+  const bool last = role == 3;
+  switch (rc.factor) {
+    case 3: last ? split_step<3, INV, true>(src, dst, st) : split_step<3, INV, false>(src, dst, st); break;
+    case 4: last ? split_step<4, INV, true>(src, dst, st) : split_step<4, INV, false>(src, dst, st); break;
+    case 5: last ? split_step<5, INV, true>(src, dst, st) : split_step<5, INV, false>(src, dst, st); break;
+    default: last ? split_step<8, INV, true>(src, dst, st) : split_step<8, INV, false>(src, dst, st); break;
+  }
+}
+#endif
+
 // ---- dispatch on the radix ---------------------------------------------------
 template <bool INV, class R>
 QV_INLINE bool run_step(const R* src, R* dst, const Step& st) {
@@ -261,8 +364,20 @@ QV_INLINE bool run_outord(R* data, const Step& st) {
 
 // The first record of a plan keeps its twiddles also in the per-lane form
 // (real parts, then imaginary parts, each twice) right after its table.
+// `role`: 0 for interleaved data throughout; 1, 2, 3 for the first, a
+// middle and the last step of a plan run in split blocks.
 template <bool INV, class R>
-QV_INLINE void record_step(const Record& rc, const R* src, R* dst, i64 sl, i64 Q, i64 is, i64 os, bool first = false) {
+QV_INLINE void record_step(const Record& rc, const R* src, R* dst, i64 sl, i64 Q, i64 is, i64 os, bool first = false,
+                           int role = 0) {
+#if defined(__AVX2__)
+  if constexpr (sizeof(R) == 8) {
+    if (role != 0) {
+      split_record<INV>(role, rc, src, dst, sl, Q, is, os);
+      return;
+    }
+  }
+#endif
+  (void)role;
   const void* twd = first && rc.twiddle != nullptr
                         ? static_cast<const R*>(rc.twiddle) + 2 * i64{rc.factor - 1} * rc.rest
                         : nullptr;
@@ -334,6 +449,11 @@ void run_plan(const StepPlan& pl, const R* in, R* out, R* work) {
   const Record* rec = pl.rec;
   const int n = pl.count, g = pl.group;
   const R* cur = in;
+  bool split = false;
+#if defined(__AVX2__)
+  if constexpr (sizeof(R) == 8) split = pl.head == nullptr && split_plan(pl);
+#endif
+  auto role = [&](int i) { return !split ? 0 : i == 0 ? 1 : i == n - 1 ? 3 : 2; };
   if (g > 0 && pl.head != nullptr) {
     // The head writes the whole array before the blocks read it, so it
     // needs its own target when the transform is in place.
@@ -355,13 +475,13 @@ void run_plan(const StepPlan& pl, const R* in, R* out, R* work) {
     for (int i = 0; i < g; ++i) {
       R* target = ((g - 1 - i) & 1) == 0 ? last : other;
       const i64 s = rec[i].stride;
-      record_step<INV>(rec[i], cur, target, 1, s, s, s, i == 0);
+      record_step<INV>(rec[i], cur, target, 1, s, s, s, i == 0, role(i));
       cur = target;
     }
   }
   const i64 S = rec[g].stride;
   if (n - g == 1) {
-    record_step<INV>(rec[g], cur, out, 1, S, S, S, g == 0);
+    record_step<INV>(rec[g], cur, out, 1, S, S, S, g == 0, role(g));
     return;
   }
   const i64 len = i64{rec[g].factor} * rec[g].rest;
@@ -369,16 +489,16 @@ void run_plan(const StepPlan& pl, const R* in, R* out, R* work) {
   R* B = A + 2 * pl.width * len;
   for (i64 q0 = 0; q0 < S; q0 += pl.width) {
     const i64 Q = q0 + pl.width <= S ? pl.width : S - q0;
-    record_step<INV>(rec[g], cur + 2 * q0, A, 1, Q, S, Q, g == 0);
+    record_step<INV>(rec[g], cur + 2 * q0, A, 1, Q, S, Q, g == 0, role(g));
     R* a = A;
     R* b = B;
     for (int i = g + 1; i < n - 1; ++i) {
-      record_step<INV>(rec[i], a, b, rec[i].stride / S, Q, Q, Q);
+      record_step<INV>(rec[i], a, b, rec[i].stride / S, Q, Q, Q, false, role(i));
       R* t = a;
       a = b;
       b = t;
     }
-    record_step<INV>(rec[n - 1], a, out + 2 * q0, rec[n - 1].stride / S, Q, Q, S);
+    record_step<INV>(rec[n - 1], a, out + 2 * q0, rec[n - 1].stride / S, Q, Q, S, false, role(n - 1));
   }
 }
 

@@ -198,8 +198,10 @@ Head* build_head(const int* factors, int g, i64 n, Region& sr, const double* bas
   return h;
 }
 
-// Heads pay when the first factors make a long transform of their own.
-bool use_head(const int* factors, int g) { return g >= 1 && g <= kMaxHead && factors[0] > 0; }
+// A head keeps the tables of a long transform small (whole-array records
+// would hold several times n twiddles) and its memory traffic down; below
+// a million elements the whole-array passes are as fast.
+bool use_head(i64 n, int g) { return n >= (i64{1} << 20) && g >= 1 && g <= kMaxHead; }
 
 void set_scale(int flag, i64 n, std::int32_t* fwd, std::int32_t* inv, double* scale) {
   *fwd = flag == 1 || flag == 4;
@@ -308,7 +310,7 @@ int build_fft(int order, int flag, int hint, bool split, std::uint8_t* spec_mem,
     auto* base = static_cast<double*>(ir.take(n * 16));
     if (fill) make_roots(base, n);
     auto* rec = static_cast<Record*>(sr.take(count * i64{sizeof(Record)}));
-    const bool head = use_head(fac, g);
+    const bool head = use_head(n, g);
     build_records<R>(fac, count, n, sr, base, fill, rec, 1, head ? g : 0);
     Head* h = head ? build_head<R>(fac, g, n, sr, base, fill) : nullptr;
     i64 stride = 1;
@@ -394,7 +396,7 @@ int build_dft(int length, int flag, int hint, bool split, std::uint8_t* spec_mem
   if (count > 0) {
     if (count > kMaxRecords) return finish(kBadSize);
     const int g = group_start(fac, count, L, static_cast<int>(ebytes));
-    const bool head = use_head(fac, g);
+    const bool head = use_head(L, g);
     build_records<R>(fac, count, L, sr, base, fill, fill ? s->rec : nullptr, 1, head ? g : 0);
     Head* h = head ? build_head<R>(fac, g, L, sr, base, fill) : nullptr;
     i64 stride = 1;

@@ -234,6 +234,50 @@ QV_INLINE F4T f4t_make(__m256 w, bool conj) {
 QV_INLINE F4 cmul(F4 a, F4T t) {
   return {_mm256_fmaddsub_ps(a.v, t.re, _mm256_mul_ps(_mm256_permute_ps(a.v, 0xB1), t.im))};
 }
+
+// ---- four double complex values as split blocks ------------------------------
+// In work arrays the AVX2 double engine keeps blocks of four elements as
+// four real parts followed by four imaginary parts, lanes in the order
+// (0, 2, 1, 3): that is what unpacking two interleaved vectors gives, and
+// what packs back into interleaved order with two unpacks. A block sits at
+// the same offset as its four elements would interleaved. Products by a
+// twiddle then need no shuffles at all.
+struct SD4 {
+  using real = double;
+  static constexpr int N = 4;
+  __m256d re, im;
+  static QV_INLINE SD4 load(const double* p) { return {_mm256_loadu_pd(p), _mm256_loadu_pd(p + 4)}; }
+  QV_INLINE void store(double* p) const {
+    _mm256_storeu_pd(p, re);
+    _mm256_storeu_pd(p + 4, im);
+  }
+  // From / to four interleaved elements.
+  static QV_INLINE SD4 load_interleaved(const double* p) {
+    const __m256d v0 = _mm256_loadu_pd(p), v1 = _mm256_loadu_pd(p + 4);
+    return {_mm256_unpacklo_pd(v0, v1), _mm256_unpackhi_pd(v0, v1)};
+  }
+  QV_INLINE void store_interleaved(double* p) const {
+    _mm256_storeu_pd(p, _mm256_unpacklo_pd(re, im));
+    _mm256_storeu_pd(p + 4, _mm256_unpackhi_pd(re, im));
+  }
+  static QV_INLINE SD4 zero() { return {_mm256_setzero_pd(), _mm256_setzero_pd()}; }
+};
+QV_INLINE SD4 operator+(SD4 a, SD4 b) { return {_mm256_add_pd(a.re, b.re), _mm256_add_pd(a.im, b.im)}; }
+QV_INLINE SD4 operator-(SD4 a, SD4 b) { return {_mm256_sub_pd(a.re, b.re), _mm256_sub_pd(a.im, b.im)}; }
+QV_INLINE SD4 mulr(SD4 a, double c) {
+  const __m256d k = _mm256_set1_pd(c);
+  return {_mm256_mul_pd(a.re, k), _mm256_mul_pd(a.im, k)};
+}
+QV_INLINE SD4 fmar(SD4 acc, SD4 a, double c) {
+  const __m256d k = _mm256_set1_pd(c);
+  return {_mm256_fmadd_pd(a.re, k, acc.re), _mm256_fmadd_pd(a.im, k, acc.im)};
+}
+QV_INLINE SD4 rotm(SD4 a) { return {a.im, _mm256_xor_pd(a.re, _mm256_set1_pd(-0.0))}; }
+QV_INLINE SD4 rotp(SD4 a) { return {_mm256_xor_pd(a.im, _mm256_set1_pd(-0.0)), a.re}; }
+// t.re holds the cosine, t.im the sine, each in every lane.
+QV_INLINE SD4 cmul(SD4 a, D2T t) {
+  return {_mm256_fmsub_pd(a.re, t.re, _mm256_mul_pd(a.im, t.im)), _mm256_fmadd_pd(a.re, t.im, _mm256_mul_pd(a.im, t.re))};
+}
 #endif
 
 // ---- twiddle construction for each type ------------------------------------
@@ -290,6 +334,18 @@ template <> struct Tw<D2> {
   static QV_INLINE D2T lanes(const double* p, bool conj) { return d2t_make(_mm256_loadu_pd(p), conj); }
   static QV_INLINE D2T cst(double c, double s) { return d2t_make(_mm256_set_pd(s, c, s, c), false); }
   static QV_INLINE D2T of(D2 w, bool conj) { return d2t_make(w.v, conj); }
+};
+template <> struct Tw<SD4> {
+  using type = D2T;
+  static QV_INLINE D2T bcast(const double* p, bool conj) { return Tw<D2>::bcast(p, conj); }
+  static QV_INLINE D2T cst(double c, double s) { return {_mm256_set1_pd(c), _mm256_set1_pd(s)}; }
+  // Four consecutive twiddles from the interleaved table, in block lane order.
+  static QV_INLINE D2T lanes(const double* p, bool conj) {
+    const __m256d v0 = _mm256_loadu_pd(p), v1 = _mm256_loadu_pd(p + 4);
+    __m256d im = _mm256_unpackhi_pd(v0, v1);
+    if (conj) im = _mm256_xor_pd(im, _mm256_set1_pd(-0.0));
+    return {_mm256_unpacklo_pd(v0, v1), im};
+  }
 };
 template <> struct Tw<F4> {
   using type = F4T;
