@@ -59,7 +59,7 @@ struct Runner {
 int main(int argc, char** argv) {
   const bool quick = argc > 1 && std::strcmp(argv[1], "quick") == 0;
   const bool threads = argc > 1 && std::strcmp(argv[1], "threads") == 0;
-  if (!threads) setenv("OMP_NUM_THREADS", "1", 1);
+  if (!threads) qor_set_num_threads(1);
   auto& ob = qor::bench::openblas();
   ob.set_threads(1);
   auto* o_ddot = ob.fn<Ddot>("cblas_ddot");

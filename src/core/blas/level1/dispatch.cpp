@@ -9,6 +9,7 @@
 #include "blas/level1/api.h"
 #include "blas/level1/dispatch.h"
 #include "frame/member.h"
+#include "frame/threads.h"
 
 using qor::c32;
 using qor::c64;
@@ -19,10 +20,13 @@ namespace {
 // Below this many elements per thread a split costs more than it saves.
 constexpr i64 kMinPerThread = 1 << 15;
 
+// The team for n elements: at most the core's thread setting
+// (qor_set_num_threads, QOR_NUM_THREADS, else the OpenMP default), one
+// inside a parallel region.
 int threads_for(i64 n) {
-  if (n < 2 * kMinPerThread || omp_in_parallel()) return 1;
+  if (n < 2 * kMinPerThread) return 1;
   i64 t = n / kMinPerThread;
-  int max = omp_get_max_threads();
+  int max = qor::core::max_threads();
   return t < max ? static_cast<int>(t) : max;
 }
 
