@@ -76,7 +76,7 @@ void check_dots() {
       for (std::size_t ox : offsets())
         for (std::size_t oy : offsets()) {
           if (s.x * s.y != 1 && (ox != 0 || oy > 8 || n > 300)) continue;
-          SCOPED_TRACE(std::string(api<T>::name) + "dot n=" + std::to_string(n) + " incx=" + std::to_string(s.x) +
+          SCOPED_TRACE(std::string(letter<T>) + "dot n=" + std::to_string(n) + " incx=" + std::to_string(s.x) +
                        " incy=" + std::to_string(s.y) + " offsets " + std::to_string(ox) + "," + std::to_string(oy));
           dot_case<T>(n, s.x, s.y, ox, oy, rng);
           if (::testing::Test::HasFailure()) return;
@@ -156,7 +156,7 @@ void check_asum_nrm2() {
     for (i64 inc : {1, -1, 2, -3, 0})
       for (std::size_t off : offsets()) {
         if (inc * inc != 1 && (off > 8 || n > 300)) continue;
-        SCOPED_TRACE(std::string(api<T>::name) + " n=" + std::to_string(n) + " inc=" + std::to_string(inc) +
+        SCOPED_TRACE(std::string(letter<T>) + " n=" + std::to_string(n) + " inc=" + std::to_string(inc) +
                      " offset=" + std::to_string(off));
         Vec<T> x(n, inc, off);
         x.fill(rng);

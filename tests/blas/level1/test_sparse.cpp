@@ -17,7 +17,7 @@ void check_sparse() {
   qor::test::Rng rng(31);
   const i64 m = 1031;  // prime: the positions above are distinct
   for (i64 nz : {0, 1, 3, 7, 8, 9, 15, 16, 17, 100, 1000}) {
-    SCOPED_TRACE(std::string(api<T>::name) + " nz=" + std::to_string(nz));
+    SCOPED_TRACE(std::string(letter<T>) + " nz=" + std::to_string(nz));
     auto idx = positions(nz, m);
     std::vector<T> x(nz + 1), y(m);
     for (auto& v : x) v = random<T>(rng);
