@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "blas_gemm/timing.h"
 #include "common/bench.h"
 #include "qor/cblas.h"
 #include "qor/qor.h"
@@ -23,16 +24,10 @@ namespace {
 
 using Cblas = void(int, int, int, int, int, int, double, const double*, int, const double*, int, double, double*, int);
 
-bool g_cputime = false;  // one-thread runs timed by the thread's CPU time
-
-double thread_seconds() {
-  timespec t;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-  return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
-}
+using gemm_bench::best_time;
 
 // Seconds for the single-thread peak loops.
-double tick() { return g_cputime ? thread_seconds() : qor::bench::now(); }
+double tick() { return gemm_bench::cputime ? gemm_bench::thread_seconds() : qor::bench::now(); }
 
 // Peak loops: ten independent chains, enough to cover the latency of the
 // units. 256-bit FMA (what the Zen body issues), 512-bit FMA (what a peer
@@ -101,20 +96,6 @@ double peak_muladd128() {
 }
 
 template <class F>
-double best_time(F&& body, double min_seconds, int min_reps) {
-  if (!g_cputime || qor_get_max_threads() > 1) return qor::bench::best_time(body, min_seconds, min_reps);
-  double best = 1e300, total = 0;
-  for (int r = 0; r < min_reps || total < min_seconds; ++r) {
-    double t0 = thread_seconds();
-    body();
-    double t = thread_seconds() - t0;
-    total += t;
-    best = std::fmin(best, t);
-  }
-  return best;
-}
-
-template <class F>
 double best_of(F f, int reps = 5) {
   double best = 0;
   for (int r = 0; r < reps; ++r) best = std::fmax(best, f());
@@ -166,7 +147,7 @@ int main(int argc, char** argv) {
   bool quick = false;
   for (int i = 1; i < argc; ++i) {
     quick |= std::strcmp(argv[i], "quick") == 0;
-    g_cputime |= std::strcmp(argv[i], "cputime") == 0;
+    gemm_bench::cputime |= std::strcmp(argv[i], "cputime") == 0;
   }
   auto& ob = qor::bench::openblas();
   auto& bl = qor::bench::blis();

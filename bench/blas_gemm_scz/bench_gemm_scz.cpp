@@ -3,8 +3,11 @@
 // interfaces of the three libraries; then each of qor's bodies forced in
 // turn at n = 1000.
 //
-//   bench_blas_gemm_scz [quick|full]   quick: up to 1000; full: 4000 for all
-//                                      three letters (default: 4000 for s)
+//   bench_blas_gemm_scz [quick|full] [cputime]
+//     quick:   up to 1000; full: 4000 for all three letters (default: 4000
+//              for s)
+//     cputime: time the one-thread runs by the CPU time of the calling
+//              thread (blas_gemm/timing.h)
 #include <cmath>
 #include <complex>
 #include <cstdio>
@@ -12,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "blas_gemm/timing.h"
 #include "common/bench.h"
 #include "qor/blas_gemm_scz.h"
 #include "qor/qor.h"
@@ -68,8 +72,9 @@ template <class T> struct Problem {
   template <class F> double seconds(F&& gemm) {
     const double flops = info<T>::flops_per_mac * double(n) * n * n;
     const T one(1), zero(0);
-    return qor::bench::best_time([&] { gemm("N", "N", &n, &n, &n, &one, a.data(), &n, b.data(), &n, &zero, c.data(), &n); },
-                                 flops > 4e10 ? 0.5 : 0.3, flops > 4e10 ? 2 : 3);
+    return gemm_bench::best_time(
+        [&] { gemm("N", "N", &n, &n, &n, &one, a.data(), &n, b.data(), &n, &zero, c.data(), &n); },
+        flops > 4e10 ? 0.5 : 0.3, flops > 4e10 ? 2 : 3);
   }
 };
 
@@ -108,8 +113,12 @@ template <class T> void bodies(int n) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const bool quick = argc > 1 && std::strcmp(argv[1], "quick") == 0;
-  const bool full = argc > 1 && std::strcmp(argv[1], "full") == 0;
+  bool quick = false, full = false;
+  for (int i = 1; i < argc; ++i) {
+    quick |= std::strcmp(argv[i], "quick") == 0;
+    full |= std::strcmp(argv[i], "full") == 0;
+    gemm_bench::cputime |= std::strcmp(argv[i], "cputime") == 0;
+  }
   std::printf("processor path in force: %s\n", qor_cpu_path_name(qor_get_cpu_path()));
   std::vector<int> base = {64, 128, 256, 500, 1000};
   if (!quick) base.push_back(2000);
