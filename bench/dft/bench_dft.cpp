@@ -93,16 +93,26 @@ void bench_single(long n) {
 
 }  // namespace
 
-// Arguments: optional lengths to run instead of the standard list.
+// Arguments: optionally "z" or "c" for one precision only, then optional
+// lengths to run instead of the standard list.
 int main(int argc, char** argv) {
   std::vector<long> lengths;
-  for (int i = 1; i < argc; ++i) lengths.push_back(std::strtol(argv[i], nullptr, 10));
+  bool z = true, c = true;
+  int first = 1;
+  if (argc > 1 && (std::strcmp(argv[1], "z") == 0 || std::strcmp(argv[1], "c") == 0)) {
+    z = argv[1][0] == 'z';
+    c = !z;
+    first = 2;
+  }
+  for (int i = first; i < argc; ++i) lengths.push_back(std::strtol(argv[i], nullptr, 10));
   if (lengths.empty()) {
     for (int e = 6; e <= 22; ++e) lengths.push_back(1L << e);
     for (long n : {1000L, 1536L, 100000L, 59049L, 97L, 10007L, 1000003L}) lengths.push_back(n);
   }
   std::printf("complex forward, out of place, one thread; GFLOP/s = 5 n log2 n / time\n");
-  for (long n : lengths) bench_double(n);
-  for (long n : lengths) bench_single(n);
+  if (z)
+    for (long n : lengths) bench_double(n);
+  if (c)
+    for (long n : lengths) bench_single(n);
   return 0;
 }
