@@ -25,24 +25,12 @@ using qor::core::blas::uplo_letter;
 namespace l3 = qor::core::l3;
 using l3::i64;
 
-template <class T>
-using TriFn = void (*)(const char*, const char*, const char*, const char*, const i64*, const i64*, const T*,
-                       const T*, const i64*, T*, const i64*);
-template <class T>
-using SymmFn = void (*)(const char*, const char*, const i64*, const i64*, const T*, const T*, const i64*, const T*,
-                        const i64*, const T*, T*, const i64*);
-template <class T, class S>
-using SyrkFn = void (*)(const char*, const char*, const i64*, const i64*, const S*, const T*, const i64*, const S*,
-                        T*, const i64*);
-template <class T, class S>
-using Syr2kFn = void (*)(const char*, const char*, const i64*, const i64*, const T*, const T*, const i64*,
-                         const T*, const i64*, const S*, T*, const i64*);
-template <class T>
-using GemmtFn = void (*)(const char*, const char*, const char*, const i64*, const i64*, const T*, const T*,
-                         const i64*, const T*, const i64*, const T*, T*, const i64*);
-template <class T, class TA, class TB>
-using GemmFn = void (*)(const char*, const char*, const i64*, const i64*, const i64*, const T*, const TA*,
-                        const i64*, const TB*, const i64*, const T*, T*, const i64*);
+using l3::GemmFn;
+using l3::GemmtFn;
+using l3::Syr2kFn;
+using l3::SymmFn;
+using l3::SyrkFn;
+using l3::TriFn;
 
 bool layout_ok(CBLAS_LAYOUT layout, const char* name) {
   if (layout == CblasRowMajor || layout == CblasColMajor) return true;

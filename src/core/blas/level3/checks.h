@@ -13,6 +13,27 @@ namespace qor::core::l3 {
 
 using i64 = std::int64_t;
 
+// The dispatching names' signatures, by operation, as the interfaces call
+// them after their checks.
+template <class T>
+using TriFn = void (*)(const char*, const char*, const char*, const char*, const i64*, const i64*, const T*,
+                       const T*, const i64*, T*, const i64*);
+template <class T>
+using SymmFn = void (*)(const char*, const char*, const i64*, const i64*, const T*, const T*, const i64*, const T*,
+                        const i64*, const T*, T*, const i64*);
+template <class T, class S>
+using SyrkFn = void (*)(const char*, const char*, const i64*, const i64*, const S*, const T*, const i64*, const S*,
+                        T*, const i64*);
+template <class T, class S>
+using Syr2kFn = void (*)(const char*, const char*, const i64*, const i64*, const T*, const T*, const i64*,
+                         const T*, const i64*, const S*, T*, const i64*);
+template <class T>
+using GemmtFn = void (*)(const char*, const char*, const char*, const i64*, const i64*, const T*, const T*,
+                         const i64*, const T*, const i64*, const T*, T*, const i64*);
+template <class T, class TA, class TB = T>
+using GemmFn = void (*)(const char*, const char*, const i64*, const i64*, const i64*, const T*, const TA*,
+                        const i64*, const TB*, const i64*, const T*, T*, const i64*);
+
 inline i64 at_least_1(i64 v) { return v > 1 ? v : 1; }
 inline bool one_of(char c, const char* set) { return c != '\0' && std::strchr(set, c) != nullptr; }
 
