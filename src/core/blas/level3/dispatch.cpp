@@ -277,8 +277,10 @@ QOR_FOR_EACH_COMPLEX_TYPE(QOR_L3D_HERK_DEF)
 
 // ---- Real A with complex B ----------------------------------------------------------------------
 
-#define QOR_L3D_MIXED_DEF(name, T, R)                                                                          \
-  QOR_L3_DISPATCH void qor_blas_##name(QOR_L3D_GEMM_ARGS(T, R)) {                                              \
+// Both operand orders (real A with complex B, and the complex-by-real forms
+// row-major calls turn into) split C the same way.
+#define QOR_L3D_MIXED_DEF(name, ARGS)                                                                          \
+  QOR_L3_DISPATCH void qor_blas_##name(ARGS) {                                                                 \
     const i64 lda_ = *lda, ldb_ = *ldb, ldc_ = *ldc;                                                           \
     const bool na = is_n(transa), nb = is_n(transb);                                                           \
     blocks_of_c(*m, *n, *k, [&](i64 i0, i64 rows, i64 j0, i64 cols) {                                          \
@@ -287,20 +289,8 @@ QOR_FOR_EACH_COMPLEX_TYPE(QOR_L3D_HERK_DEF)
                                        &ldc_);                                                                 \
     });                                                                                                        \
   }
-QOR_L3D_MIXED_DEF(scgemm, c32, float)
-QOR_L3D_MIXED_DEF(dzgemm, c64, double)
+QOR_L3D_MIXED_DEF(scgemm, QOR_L3D_GEMM_ARGS(c32, float))
+QOR_L3D_MIXED_DEF(dzgemm, QOR_L3D_GEMM_ARGS(c64, double))
+QOR_L3D_MIXED_DEF(csgemm, QOR_L3D_GEMM_RB_ARGS(c32, float))
+QOR_L3D_MIXED_DEF(zdgemm, QOR_L3D_GEMM_RB_ARGS(c64, double))
 #undef QOR_L3D_MIXED_DEF
-
-#define QOR_L3D_MIXED_RB_DEF(name, T, R)                                                                       \
-  QOR_L3_DISPATCH void qor_blas_##name(QOR_L3D_GEMM_RB_ARGS(T, R)) {                                           \
-    const i64 lda_ = *lda, ldb_ = *ldb, ldc_ = *ldc;                                                           \
-    const bool na = is_n(transa), nb = is_n(transb);                                                           \
-    blocks_of_c(*m, *n, *k, [&](i64 i0, i64 rows, i64 j0, i64 cols) {                                          \
-      QOR_KERNEL(qor_blas_def_x##name)(transa, transb, &rows, &cols, k, alpha, na ? a + i0 : a + i0 * lda_,   \
-                                       &lda_, nb ? b + j0 * ldb_ : b + j0, &ldb_, beta, c + i0 + j0 * ldc_,    \
-                                       &ldc_);                                                                 \
-    });                                                                                                        \
-  }
-QOR_L3D_MIXED_RB_DEF(csgemm, c32, float)
-QOR_L3D_MIXED_RB_DEF(zdgemm, c64, double)
-#undef QOR_L3D_MIXED_RB_DEF
