@@ -84,26 +84,36 @@ int main(int argc, char** argv) {
     auto x = filled(n, 1), y = filled(n, 2);
     volatile double sink = 0;
 
-    double ours = qor::bench::best_time([&] { sink = sink + cblas_ddot(ni, x.data(), 1, y.data(), 1); }, secs);
-    double peer = qor::bench::best_time([&] { sink = sink + o_ddot(ni, x.data(), 1, y.data(), 1); }, secs);
+    auto t = qor::bench::best_times_alternating([&] { sink = sink + cblas_ddot(ni, x.data(), 1, y.data(), 1); },
+        [&] { sink = sink + o_ddot(ni, x.data(), 1, y.data(), 1); }, secs);
+    double ours = t.first;
+    double peer = t.second;
     run.line("ddot", n, 16 * dn, 16 * dn, ours, peer);
 
     // alpha keeps y bounded over many repetitions: y += a x with a tiny a.
-    ours = qor::bench::best_time([&] { cblas_daxpy(ni, 1e-9, x.data(), 1, y.data(), 1); }, secs);
-    peer = qor::bench::best_time([&] { o_daxpy(ni, 1e-9, x.data(), 1, y.data(), 1); }, secs);
+    t = qor::bench::best_times_alternating([&] { cblas_daxpy(ni, 1e-9, x.data(), 1, y.data(), 1); },
+        [&] { o_daxpy(ni, 1e-9, x.data(), 1, y.data(), 1); }, secs);
+    ours = t.first;
+    peer = t.second;
     run.line("daxpy", n, 24 * dn, 16 * dn, ours, peer);
 
-    ours = qor::bench::best_time([&] { sink = sink + cblas_dnrm2(ni, x.data(), 1); }, secs);
-    peer = qor::bench::best_time([&] { sink = sink + o_dnrm2(ni, x.data(), 1); }, secs);
+    t = qor::bench::best_times_alternating([&] { sink = sink + cblas_dnrm2(ni, x.data(), 1); },
+        [&] { sink = sink + o_dnrm2(ni, x.data(), 1); }, secs);
+    ours = t.first;
+    peer = t.second;
     run.line("dnrm2", n, 8 * dn, 8 * dn, ours, peer);
 
-    ours = qor::bench::best_time([&] { sink = sink + static_cast<double>(cblas_idamax(ni, x.data(), 1)); }, secs);
-    peer = qor::bench::best_time([&] { sink = sink + static_cast<double>(o_idamax(ni, x.data(), 1)); }, secs);
+    t = qor::bench::best_times_alternating([&] { sink = sink + static_cast<double>(cblas_idamax(ni, x.data(), 1)); },
+        [&] { sink = sink + static_cast<double>(o_idamax(ni, x.data(), 1)); }, secs);
+    ours = t.first;
+    peer = t.second;
     run.line("idamax", n, 8 * dn, 8 * dn, ours, peer);
 
     // Scale by 1 - 1e-12 alternately up and down keeps x bounded.
-    ours = qor::bench::best_time([&] { cblas_dscal(ni, 1.0 + 1e-12, x.data(), 1); }, secs);
-    peer = qor::bench::best_time([&] { o_dscal(ni, 1.0 - 1e-12, x.data(), 1); }, secs);
+    t = qor::bench::best_times_alternating([&] { cblas_dscal(ni, 1.0 + 1e-12, x.data(), 1); },
+        [&] { o_dscal(ni, 1.0 - 1e-12, x.data(), 1); }, secs);
+    ours = t.first;
+    peer = t.second;
     run.line("dscal", n, 16 * dn, 8 * dn, ours, peer);
 
     x.clear();
@@ -112,8 +122,10 @@ int main(int argc, char** argv) {
     y.shrink_to_fit();
     auto zx = filled(2 * n, 3), zy = filled(2 * n, 4);
     std::complex<double> r;
-    ours = qor::bench::best_time([&] { cblas_zdotc_sub(ni, zx.data(), 1, zy.data(), 1, &r); }, secs);
-    peer = qor::bench::best_time([&] { o_zdotc(ni, zx.data(), 1, zy.data(), 1, &r); }, secs);
+    t = qor::bench::best_times_alternating([&] { cblas_zdotc_sub(ni, zx.data(), 1, zy.data(), 1, &r); },
+        [&] { o_zdotc(ni, zx.data(), 1, zy.data(), 1, &r); }, secs);
+    ours = t.first;
+    peer = t.second;
     run.line("zdotc", n, 32 * dn, 32 * dn, ours, peer);
     sink = sink + r.real();
   }

@@ -1,6 +1,7 @@
 // Shared pieces of the benchmarks: loading a peer library privately,
 // timing, and the report line.
 #pragma once
+#include <algorithm>
 #include <string>
 
 namespace qor::bench {
@@ -33,6 +34,14 @@ double best_time(F&& body, double min_seconds = 0.2, int min_reps = 3);
 
 double now();
 
+// Best times of two bodies timed in alternating rounds, so that a change in
+// the machine's load or clock during the run reaches both figures alike.
+struct Pair {
+  double first, second;
+};
+template <class F, class G>
+Pair best_times_alternating(F&& a, G&& b, double min_seconds = 0.2, int rounds = 3);
+
 // One result line: what, size, then our figure and each peer's, with ratios
 // (peer time / our time: above 1 means we are faster).
 void report(const std::string& what, const std::string& size, double ours_s, const char* unit, double work,
@@ -48,6 +57,16 @@ double best_time(F&& body, double min_seconds, int min_reps) {
     total += t;
     if (t < best) best = t;
     if (r > 10000) break;
+  }
+  return best;
+}
+
+template <class F, class G>
+Pair best_times_alternating(F&& a, G&& b, double min_seconds, int rounds) {
+  Pair best{1e300, 1e300};
+  for (int r = 0; r < rounds; ++r) {
+    best.first = std::min(best.first, best_time(a, min_seconds / rounds));
+    best.second = std::min(best.second, best_time(b, min_seconds / rounds));
   }
   return best;
 }
