@@ -142,41 +142,48 @@ TYPED_TEST(Tri, WorkVectorAndFallback) {
 
 // As in the reference BLAS, a product or a solve without transposition
 // leaves column j of A unread when x[j] is 0: over a NaN in that column,
-// its diagonal included, x[j] stays 0 and no other element turns NaN.
+// its diagonal included, x[j] stays 0 and no other element turns NaN. At
+// n = 300 the column also crosses into other diagonal blocks of 128, whose
+// rectangles go through the matrix-vector kernels.
 TYPED_TEST(Tri, ZeroElementsLeaveTheirColumnUnread) {
   using T = TypeParam;
   const T nan = T(std::numeric_limits<real_t<T>>::quiet_NaN());
-  const i64 n = 6, one = 1, k = 1, ldb = 2;
-  for (char uplo : {'U', 'L'}) {
-    const bool lower = uplo == 'L';
-    const i64 off = lower ? 4 : 2;  // a row of column 3 beside the diagonal
-    std::vector<T> a(n * n, T(0)), ap(n * (n + 1) / 2, T(0)), band(ldb * n, T(0));
-    for (i64 j = 0; j < n; ++j) {
-      const T d = j == 3 ? nan : T(2);
-      a[j + j * n] = d;
-      ap[packed_at(lower, n, j, j)] = d;
-      band[(lower ? 0 : k) + j * ldb] = d;
-    }
-    a[off + 3 * n] = nan;
-    ap[packed_at(lower, n, off, 3)] = nan;
-    band[(lower ? 1 : 0) + 3 * ldb] = nan;
-    for (bool solve : {false, true}) {
-      const T other = solve ? T(0.5) : T(2);
-      std::vector<std::vector<T>> xs(3, std::vector<T>(n, T(1)));
-      for (auto& x : xs) x[3] = T(0);
-      if (solve) {
-        Calls<T>::trsv(&uplo, "N", "N", &n, a.data(), &n, xs[0].data(), &one);
-        Calls<T>::tpsv(&uplo, "N", "N", &n, ap.data(), xs[1].data(), &one);
-        Calls<T>::tbsv(&uplo, "N", "N", &n, &k, band.data(), &ldb, xs[2].data(), &one);
-      } else {
-        Calls<T>::trmv(&uplo, "N", "N", &n, a.data(), &n, xs[0].data(), &one);
-        Calls<T>::tpmv(&uplo, "N", "N", &n, ap.data(), xs[1].data(), &one);
-        Calls<T>::tbmv(&uplo, "N", "N", &n, &k, band.data(), &ldb, xs[2].data(), &one);
+  const i64 one = 1, k = 1, ldb = 2;
+  for (const i64 n : {i64(6), i64(300)})
+    for (char uplo : {'U', 'L'}) {
+      const bool lower = uplo == 'L';
+      const i64 z = lower ? 3 : n - 4;            // the column met by x[z] = 0
+      const i64 near = lower ? z + 1 : z - 1;     // a row beside the diagonal
+      const i64 far = lower ? n - 1 : 0;          // the row farthest from it
+      std::vector<T> a(n * n, T(0)), ap(n * (n + 1) / 2, T(0)), band(ldb * n, T(0));
+      for (i64 j = 0; j < n; ++j) {
+        const T d = j == z ? nan : T(2);
+        a[j + j * n] = d;
+        ap[packed_at(lower, n, j, j)] = d;
+        band[(lower ? 0 : k) + j * ldb] = d;
       }
-      for (int f = 0; f < 3; ++f)
-        for (i64 i = 0; i < n; ++i)
-          EXPECT_EQ(xs[f][i], i == 3 ? T(0) : other) << "form " << f << " uplo " << uplo << " solve " << solve
-                                                      << " i " << i;
+      for (i64 r : {near, far}) {
+        a[r + z * n] = nan;
+        ap[packed_at(lower, n, r, z)] = nan;
+      }
+      band[(lower ? 1 : 0) + z * ldb] = nan;
+      for (bool solve : {false, true}) {
+        const T other = solve ? T(0.5) : T(2);
+        std::vector<std::vector<T>> xs(3, std::vector<T>(n, T(1)));
+        for (auto& x : xs) x[z] = T(0);
+        if (solve) {
+          Calls<T>::trsv(&uplo, "N", "N", &n, a.data(), &n, xs[0].data(), &one);
+          Calls<T>::tpsv(&uplo, "N", "N", &n, ap.data(), xs[1].data(), &one);
+          Calls<T>::tbsv(&uplo, "N", "N", &n, &k, band.data(), &ldb, xs[2].data(), &one);
+        } else {
+          Calls<T>::trmv(&uplo, "N", "N", &n, a.data(), &n, xs[0].data(), &one);
+          Calls<T>::tpmv(&uplo, "N", "N", &n, ap.data(), xs[1].data(), &one);
+          Calls<T>::tbmv(&uplo, "N", "N", &n, &k, band.data(), &ldb, xs[2].data(), &one);
+        }
+        for (int f = 0; f < 3; ++f)
+          for (i64 i = 0; i < n; ++i)
+            EXPECT_EQ(xs[f][i], i == z ? T(0) : other)
+                << "n " << n << " form " << f << " uplo " << uplo << " solve " << solve << " i " << i;
+      }
     }
-  }
 }

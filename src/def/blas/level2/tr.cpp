@@ -103,6 +103,21 @@ void tri_sv(bool unit, i64 nb, Lay lay, T* x) {
 
 // ---- the blocked walk ------------------------------------------------------------
 
+// buf += factor * A[r0 : r0+nb, c0 : c1] * x[c0 : c1]. A zero x[j] leaves
+// column j unread, as in the triangle above, so a NaN or infinity stored
+// there does not reach the result: the columns go to the gemv kernels in
+// runs whose x is not zero (one run when x holds no zero).
+template <class T, class Lay>
+void rect_mv(i64 nb, i64 r0, i64 c0, i64 c1, T factor, Lay lay, const T* x, i64 incx, T* buf) {
+  for (i64 j = c0; j < c1;) {
+    while (j < c1 && l2c::is_zero(x[j * incx])) ++j;
+    i64 k = j;
+    while (k < c1 && !l2c::is_zero(x[k * incx])) ++k;
+    if (k > j) l2::gemv_acc<T, T>('N', nb, k - j, factor, lay.at(r0, j), lay.cols(j), x + j * incx, incx, buf, 1);
+    j = k;
+  }
+}
+
 // x := op(A) x (Solve false) or x := op(A)^-1 x (Solve true), x at its
 // first logical element with stride incx.
 template <class T, bool Solve, bool Lower, char Op, class Lay>
@@ -128,9 +143,9 @@ void tr_blocked(bool unit, i64 n, Lay lay, T* x, i64 incx) {
     // The rectangle between this block and the rest of x.
     if (!Trans) {
       if (Lower && r0 > 0) {
-        l2::gemv_acc<T, T>('N', nb, r0, factor, lay.at(r0, 0), lay.cols(0), x, incx, buf, 1);
+        rect_mv<T>(nb, r0, 0, r0, factor, lay, x, incx, buf);
       } else if (!Lower && r1 < n) {
-        l2::gemv_acc<T, T>('N', nb, n - r1, factor, lay.at(r0, r1), lay.cols(r1), x + r1 * incx, incx, buf, 1);
+        rect_mv<T>(nb, r0, r1, n, factor, lay, x, incx, buf);
       }
     } else {
       if (Lower && r1 < n) {
