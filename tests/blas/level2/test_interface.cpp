@@ -156,6 +156,16 @@ TEST(Interface, CblasArgumentChecks) {
   expect_error("cblas_zgeru", 2, [&] { cblas_zgeru_64(C, -5, 4, z.data(), z.data(), 1, z.data(), 1, y.data(), 5); }, y);
   expect_error("cblas_zher", 8, [&] { cblas_zher(C, CblasLower, 4, 1.0, z.data(), 1, y.data(), 2); }, y);
   expect_error("cblas_dspr2", 8, [&] { cblas_dspr2(C, CblasLower, 4, 1.0, x.data(), 1, x.data(), 0, y.data()); }, y);
+  // Row-major calls are the transposed column-major ones and test in their
+  // order: n before m, ku before kl, incy before incx.
+  expect_error("cblas_dgemv", 3, [&] { cblas_dgemv(C, N, -1, -1, 1, a.data(), 4, x.data(), 1, 0, y.data(), 1); }, y);
+  expect_error("cblas_dgemv", 4, [&] { cblas_dgemv(R, N, -1, -1, 1, a.data(), 4, x.data(), 1, 0, y.data(), 1); }, y);
+  expect_error("cblas_dgbmv", 4, [&] { cblas_dgbmv(R, N, -1, -1, 1, 1, 1, a.data(), 3, x.data(), 1, 0, y.data(), 1); }, y);
+  expect_error("cblas_dgbmv", 6, [&] { cblas_dgbmv(R, N, 4, 4, -1, -1, 1, a.data(), 3, x.data(), 1, 0, y.data(), 1); }, y);
+  expect_error("cblas_dgbmv", 5, [&] { cblas_dgbmv(C, N, 4, 4, -1, -1, 1, a.data(), 3, x.data(), 1, 0, y.data(), 1); }, y);
+  expect_error("cblas_dger", 3, [&] { cblas_dger(R, -1, -1, 1, x.data(), 1, x.data(), 1, y.data(), 4); }, y);
+  expect_error("cblas_dger", 8, [&] { cblas_dger(R, 4, 4, 1, x.data(), 0, x.data(), 0, y.data(), 4); }, y);
+  expect_error("cblas_dger", 6, [&] { cblas_dger(C, 4, 4, 1, x.data(), 0, x.data(), 0, y.data(), 4); }, y);
   expect_error("cblas_dgem2vu", 15, [&] {
     cblas_dgem2vu(C, 4, 4, 1, a.data(), 4, x.data(), 1, x.data(), 1, 0, y.data(), 1, y.data(), 0);
   }, y);

@@ -50,6 +50,9 @@ template <class Int>
 int gemv_check(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE tr, Int m, Int n, Int lda, Int incx, Int incy) {
   if (bad_layout(layout)) return 1;
   if (bad_trans(tr)) return 2;
+  // Row-major is the transposed column-major call, whose first dimension
+  // is n: with both negative, n is the one reported.
+  if (layout == CblasRowMajor && n < 0) return 4;
   if (m < 0) return 3;
   if (n < 0) return 4;
   if (lda < at_least_1(layout == CblasColMajor ? m : n)) return 7;
@@ -98,8 +101,11 @@ void gbmv(const char* name, CBLAS_LAYOUT layout, CBLAS_TRANSPOSE tr, Int m, Int 
   int pos = 0;
   if (bad_layout(layout)) pos = 1;
   else if (bad_trans(tr)) pos = 2;
+  // Row-major: the transposed band, so n before m and ku before kl.
+  else if (layout == CblasRowMajor && n < 0) pos = 4;
   else if (m < 0) pos = 3;
   else if (n < 0) pos = 4;
+  else if (layout == CblasRowMajor && ku < 0) pos = 6;
   else if (kl < 0) pos = 5;
   else if (ku < 0) pos = 6;
   else if (lda < kl + ku + 1) pos = 9;
@@ -257,8 +263,11 @@ void ger(const char* name, CBLAS_LAYOUT layout, Int m, Int n, const T* alpha, co
   const bool col = layout == CblasColMajor;
   int pos = 0;
   if (bad_layout(layout)) pos = 1;
+  // Row-major: the update of the transpose, so n before m and y before x.
+  else if (!col && n < 0) pos = 3;
   else if (m < 0) pos = 2;
   else if (n < 0) pos = 3;
+  else if (!col && incy == 0) pos = 8;
   else if (incx == 0) pos = 6;
   else if (incy == 0) pos = 8;
   else if (lda < at_least_1(col ? m : n)) pos = 10;
