@@ -2,7 +2,11 @@
 // (32- and 64-bit integers) and of CBLAS, reported by number with nothing
 // touched; and row-major CBLAS calls against the column-major call on the
 // same matrix stored the other way, for every storage form and letter.
+#include <sys/mman.h>
+
+#include <algorithm>
 #include <cstring>
+#include <new>
 #include <functional>
 #include <string>
 
@@ -194,9 +198,31 @@ void check_close(const std::vector<T>& got, const std::vector<T>& want, const ch
 
 }  // namespace
 
-// refuse: no memory is given, so the conjugated vectors of the row-major
-// Hermitian and conjugated calls are made in the caller's own vectors and
-// put back exactly.
+// A copy of a vector in pages that cannot be written: a call that writes
+// to the caller's input faults.
+template <class T>
+class Sealed {
+ public:
+  explicit Sealed(const std::vector<T>& v) : bytes_(std::max<std::size_t>(v.size() * sizeof(T), 1)) {
+    void* p = mmap(nullptr, bytes_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (p == MAP_FAILED) throw std::bad_alloc();
+    std::memcpy(p, v.data(), v.size() * sizeof(T));
+    mprotect(p, bytes_, PROT_READ);
+    p_ = static_cast<const T*>(p);
+  }
+  ~Sealed() { munmap(const_cast<T*>(p_), bytes_); }
+  Sealed(const Sealed&) = delete;
+  Sealed& operator=(const Sealed&) = delete;
+  const T* data() const { return p_; }
+
+ private:
+  std::size_t bytes_;
+  const T* p_;
+};
+
+// The row-major Hermitian and conjugated calls read their vectors from
+// sealed pages. refuse: no memory is given, so they cannot make their
+// conjugated copies and compute straight from the row-major storage.
 void row_major_complex(bool refuse) {
   using T = c64;
   qor::test::AllocWatch watch;
@@ -212,7 +238,7 @@ void row_major_complex(bool refuse) {
     auto x = random<T>(lx * 2, rng);
     const auto x0 = x;
     auto y = random<T>(ly * 3, rng), y2 = y;
-    cblas_zgemv(R, tr, m, n, &alpha, a.data(), ld, x.data(), -2, &beta, y.data(), 3);
+    cblas_zgemv(R, tr, m, n, &alpha, a.data(), ld, Sealed<T>(x).data(), -2, &beta, y.data(), 3);
     cblas_zgemv(C, tr, m, n, &alpha, cm.data(), m, x.data(), -2, &beta, y2.data(), 3);
     check_close(y, y2, "zgemv");
     EXPECT_TRUE(x == x0) << "zgemv changed x";
@@ -224,7 +250,7 @@ void row_major_complex(bool refuse) {
       for (int j = 0; j < n; ++j)
         if (i - j <= kl && j - i <= ku) bc[(ku + i - j) + j * lb] = b[(kl + j - i) + i * lb];
     y = random<T>(ly, rng), y2 = y;
-    cblas_zgbmv(R, tr, m, n, kl, ku, &alpha, b.data(), lb, x.data(), 1, &beta, y.data(), 1);
+    cblas_zgbmv(R, tr, m, n, kl, ku, &alpha, b.data(), lb, Sealed<T>(x).data(), 1, &beta, y.data(), 1);
     cblas_zgbmv(C, tr, m, n, kl, ku, &alpha, bc.data(), lb, x.data(), 1, &beta, y2.data(), 1);
     check_close(y, y2, "zgbmv");
   }
@@ -234,7 +260,7 @@ void row_major_complex(bool refuse) {
     auto cm = to_col(a, n, n, ld, n);
     auto x = random<T>(n * 2, rng);
     auto y = random<T>(n, rng), y2 = y;
-    cblas_zhemv(R, up, n, &alpha, a.data(), ld, x.data(), 2, &beta, y.data(), 1);
+    cblas_zhemv(R, up, n, &alpha, a.data(), ld, Sealed<T>(x).data(), 2, &beta, y.data(), 1);
     cblas_zhemv(C, up, n, &alpha, cm.data(), n, x.data(), 2, &beta, y2.data(), 1);
     check_close(y, y2, "zhemv");
     const auto x0 = x;
@@ -254,11 +280,11 @@ void row_major_complex(bool refuse) {
         }
       }
     y = random<T>(n, rng), y2 = y;
-    cblas_zhpmv(R, up, n, &alpha, pr.data(), x.data(), -1, &beta, y.data(), 1);
+    cblas_zhpmv(R, up, n, &alpha, pr.data(), Sealed<T>(x).data(), -1, &beta, y.data(), 1);
     cblas_zhpmv(C, up, n, &alpha, pc.data(), x.data(), -1, &beta, y2.data(), 1);
     check_close(y, y2, "zhpmv");
     y = random<T>(n, rng), y2 = y;
-    cblas_zhbmv(R, up, n, k, &alpha, br.data(), lb, x.data(), 1, &beta, y.data(), -1);
+    cblas_zhbmv(R, up, n, k, &alpha, br.data(), lb, Sealed<T>(x).data(), 1, &beta, y.data(), -1);
     cblas_zhbmv(C, up, n, k, &alpha, bc.data(), lb, x.data(), 1, &beta, y2.data(), -1);
     check_close(y, y2, "zhbmv");
     EXPECT_TRUE(x == x0) << "zhemv, zhpmv or zhbmv changed x";
@@ -298,15 +324,15 @@ void row_major_complex(bool refuse) {
     auto xv = random<T>(n, rng), yv = random<T>(n, rng);
     const auto xv0 = xv, yv0 = yv;
     auto ar = a, ac = cm;
-    cblas_zher(R, up, n, 0.75, xv.data(), 1, ar.data(), ld);
+    cblas_zher(R, up, n, 0.75, Sealed<T>(xv).data(), 1, ar.data(), ld);
     cblas_zher(C, up, n, 0.75, xv.data(), 1, ac.data(), n);
-    cblas_zher2(R, up, n, &alpha, xv.data(), 1, yv.data(), -1, ar.data(), ld);
+    cblas_zher2(R, up, n, &alpha, Sealed<T>(xv).data(), 1, Sealed<T>(yv).data(), -1, ar.data(), ld);
     cblas_zher2(C, up, n, &alpha, xv.data(), 1, yv.data(), -1, ac.data(), n);
     check_close(to_col(ar, n, n, ld, n), ac, "zher, zher2");
     auto prr = pr, pcc = pc;
-    cblas_zhpr(R, up, n, -0.5, xv.data(), 1, prr.data());
+    cblas_zhpr(R, up, n, -0.5, Sealed<T>(xv).data(), 1, prr.data());
     cblas_zhpr(C, up, n, -0.5, xv.data(), 1, pcc.data());
-    cblas_zhpr2(R, up, n, &alpha, xv.data(), 1, yv.data(), 1, prr.data());
+    cblas_zhpr2(R, up, n, &alpha, Sealed<T>(xv).data(), 1, Sealed<T>(yv).data(), 1, prr.data());
     cblas_zhpr2(C, up, n, &alpha, xv.data(), 1, yv.data(), 1, pcc.data());
     std::vector<T> back(pcc.size());
     for (int i = 0; i < n; ++i)
@@ -320,7 +346,7 @@ void row_major_complex(bool refuse) {
   auto cm = to_col(a, m, n, ld, m);
   auto x = random<T>(m, rng), y = random<T>(n * 2, rng);
   const auto y0 = y;
-  cblas_zgerc(R, m, n, &alpha, x.data(), 1, y.data(), 2, a.data(), ld);
+  cblas_zgerc(R, m, n, &alpha, x.data(), 1, Sealed<T>(y).data(), 2, a.data(), ld);
   EXPECT_TRUE(y == y0) << "zgerc changed y";
   cblas_zgerc(C, m, n, &alpha, x.data(), 1, y.data(), 2, cm.data(), m);
   cblas_zgeru(R, m, n, &alpha, x.data(), -1, y.data(), 1, a.data(), ld);
@@ -328,7 +354,7 @@ void row_major_complex(bool refuse) {
   check_close(to_col(a, m, n, ld, m), cm, "zgerc, zgeru");
   auto x1 = random<T>(n, rng), x2 = random<T>(m, rng);
   auto y1 = random<T>(m, rng), y2 = random<T>(n, rng), y1c = y1, y2c = y2;
-  cblas_zgem2vc(R, m, n, &alpha, a.data(), ld, x1.data(), 1, x2.data(), 1, &beta, y1.data(), 1, y2.data(), 1);
+  cblas_zgem2vc(R, m, n, &alpha, a.data(), ld, x1.data(), 1, Sealed<T>(x2).data(), 1, &beta, y1.data(), 1, y2.data(), 1);
   cblas_zgem2vc(C, m, n, &alpha, cm.data(), m, x1.data(), 1, x2.data(), 1, &beta, y1c.data(), 1, y2c.data(), 1);
   check_close(y1, y1c, "zgem2vc y1");
   check_close(y2, y2c, "zgem2vc y2");

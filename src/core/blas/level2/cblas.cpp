@@ -6,6 +6,7 @@
 // becomes the conjugated problem, y and x conjugated around the call.
 #include <cstddef>
 
+#include "blas/level2/direct.h"
 #include "blas/level2/route.h"
 #include "qor/cblas.h"
 #include "qor/qor.h"
@@ -39,6 +40,7 @@ void gemv_row_conj(i64 m, i64 n, const T* alpha, const T* a, i64 lda, const T* x
   // + conj(beta) conj(y).
   if (m == 0 || n == 0) return;
   Conjugated<T> cx(m, x, incx);
+  if (!cx.ok()) return direct::gemv_conj<T>(m, n, -1, 0, *alpha, a, lda, x, incx, *beta, y, incy);
   conj_in_place(n, y, incy);
   const T ca = conj(*alpha), cb = conj(*beta);
   D<T>::gemv("N", &n, &m, &ca, a, &lda, cx.data(), cx.inc(), &cb, y, &incy);
@@ -122,6 +124,7 @@ void gbmv(const char* name, CBLAS_LAYOUT layout, CBLAS_TRANSPOSE tr, Int m, Int 
   if (tr == CblasConjTrans && cplx<T>) {
     if (M == 0 || N == 0) return;
     Conjugated<T> cx(M, x, IX);
+    if (!cx.ok()) return direct::gemv_conj<T>(M, N, KL, KU, *alpha, a, LDA, x, IX, *beta, y, IY);
     conj_in_place(N, y, IY);
     const T ca = conj(*alpha), cb = conj(*beta);
     D<T>::gbmv("N", &N, &M, &KU, &KL, &ca, a, &LDA, cx.data(), cx.inc(), &cb, y, &IY);
@@ -156,6 +159,13 @@ void sym_route(SymKind kind, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, i64 n, i64 k,
   if constexpr (cplx<T>) {
     if (n == 0) return;
     Conjugated<T> cx(n, x, incx);
+    if (!cx.ok()) {
+      const auto form = kind == SymKind::Full   ? direct::Store::Full
+                        : kind == SymKind::Band ? direct::Store::Band
+                                                : direct::Store::Packed;
+      const direct::Herm<T> h{form, uplo == CblasUpper, n, k, lda, a};
+      return direct::mv(n, n, h, *alpha, x, incx, *beta, y, incy);
+    }
     conj_in_place(n, y, incy);
     const T ca = conj(*alpha), cb = conj(*beta);
     sym_call<T>(kind, &u, n, k, &ca, a, lda, cx.data(), cx.inc(), &cb, y, incy);
@@ -281,6 +291,7 @@ void ger(const char* name, CBLAS_LAYOUT layout, Int m, Int n, const T* alpha, co
   if (!U && cplx<T>) {
     if (M == 0 || N == 0) return;
     Conjugated<T> cy(N, y, IY);
+    if (!cy.ok()) return direct::gerc<T>(M, N, *alpha, x, IX, y, IY, a, LDA);
     D<T>::geru(&N, &M, alpha, cy.data(), cy.inc(), x, &IX, a, &LDA);
   } else {
     D<T>::geru(&N, &M, alpha, y, &IY, x, &IX, a, &LDA);
@@ -312,6 +323,10 @@ void syr(const char* name, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, Int n, qor::rea
   };
   if (!col && cplx<T> && N > 0) {
     Conjugated<T> cx(N, x, IX);
+    if (!cx.ok()) {
+      const direct::Herm<T> h{packed ? direct::Store::Packed : direct::Store::Full, uplo == CblasUpper, N, 0, LDA, a};
+      return direct::herk_update<T>(h, T(ralpha), x, IX, nullptr, 0);
+    }
     call(cx.data(), cx.inc());
   } else {
     call(x, &IX);
@@ -340,6 +355,10 @@ void syr2(const char* name, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, Int n, const T
     // B = conj(A) gets alpha conj(y) x^T + conj(alpha) conj(x) y^T: the
     // Hermitian rank two of conj(y) and conj(x).
     Conjugated<T> cx(N, x, IX), cy(N, y, IY);
+    if (!cx.ok() || !cy.ok()) {
+      const direct::Herm<T> h{packed ? direct::Store::Packed : direct::Store::Full, uplo == CblasUpper, N, 0, LDA, a};
+      return direct::herk_update<T>(h, *alpha, x, IX, y, IY);
+    }
     call(cy.data(), cy.inc(), cx.data(), cx.inc());
   } else {
     call(x, &IX, y, &IY);

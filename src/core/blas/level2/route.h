@@ -69,48 +69,31 @@ inline void conj_in_place(i64 n, T* x, i64 inc) {
 }
 
 // The conjugate of a caller's vector, for the row-major Hermitian and
-// conjugated calls: a contiguous copy in a block from the allocate pool
-// when one can be had; otherwise the caller's vector is conjugated in place
-// and put back, bit for bit, when the view dies.
+// conjugated calls: a contiguous copy in a block from the allocate pool.
+// The caller's vector is only read. When no block can be had, ok() is
+// false and the caller computes without the copy (direct.h).
 template <class T>
 class Conjugated {
  public:
-  Conjugated(i64 n, const T* x, i64 inc) : n_(n), src_(const_cast<T*>(x)), inc_(inc) {
-    if (n < 1) {
-      p_ = src_;
-      return;
-    }
+  Conjugated(i64 n, const T* x, i64 inc) {
+    if (n < 1) return;
     copy_ = static_cast<T*>(qor_serv_allocate(n * static_cast<i64>(sizeof(T)), 64));
-    if (copy_ != nullptr) {
-      const T* first = inc < 0 ? x + (1 - n) * inc : x;
-      for (i64 i = 0; i < n; ++i) copy_[i] = conj(first[i * inc]);
-      p_ = copy_;
-      inc_out_ = 1;
-    } else {
-      conj_in_place(n, src_, inc);
-      p_ = src_;
-      inc_out_ = inc;
-    }
+    if (copy_ == nullptr) return;
+    const T* first = inc < 0 ? x + (1 - n) * inc : x;
+    for (i64 i = 0; i < n; ++i) copy_[i] = conj(first[i * inc]);
   }
   ~Conjugated() {
-    if (copy_ != nullptr) {
-      qor_serv_deallocate(copy_);
-    } else if (n_ > 0) {
-      conj_in_place(n_, src_, inc_);
-    }
+    if (copy_ != nullptr) qor_serv_deallocate(copy_);
   }
   Conjugated(const Conjugated&) = delete;
   Conjugated& operator=(const Conjugated&) = delete;
-  const T* data() const { return p_; }
-  const i64* inc() const { return &inc_out_; }
+  bool ok() const { return copy_ != nullptr; }
+  const T* data() const { return copy_; }
+  const i64* inc() const { return &one_; }
 
  private:
-  i64 n_;
-  T* src_;
-  i64 inc_;
   T* copy_ = nullptr;
-  T* p_ = nullptr;
-  i64 inc_out_ = inc_;
+  i64 one_ = 1;
 };
 
 }  // namespace qor::core::l2
