@@ -1,11 +1,12 @@
 // The transform engine, written once over the precision and compiled per
 // instruction-set class (engine_base.cpp, engine_zen.cpp).
 //
-// Every transform that is not a small kernel runs as a sequence of
-// self-sorting (Stockham) steps, one per factor record: step i of radix r
-// with rest m and stride s reads a_j = x[q + s(p + jm)] and writes
-// y[q + s(rp + k)] = DFT_r(a)_k * w^(pk), w = exp(-2 pi i / (rm)). The
-// output comes out in natural order without any reordering pass.
+// Every transform of a length that is neither small nor a power of two
+// (those run in pow2.h) goes as a sequence of self-sorting (Stockham)
+// steps, one per factor record: step i of radix r with rest m and stride
+// s reads a_j = x[q + s(p + jm)] and writes y[q + s(rp + k)] =
+// DFT_r(a)_k * w^(pk), w = exp(-2 pi i / (rm)). The output comes out in
+// natural order without any reordering pass.
 //
 // Records before the plan's `group` index run over the whole array,
 // alternating between the output and the work buffer. From `group` on, the
@@ -25,6 +26,7 @@
 #include "dft/primitive/codelets.h"
 #include "dft/primitive/engine_api.h"
 #include "dft/primitive/layout.h"
+#include "dft/primitive/pow2.h"
 
 QOR_ISA_BEGIN
 namespace dfte {
@@ -550,8 +552,17 @@ void exec_fft(const ::qor::dft::FftSpec* spec, const R* in, R* out, R* work, boo
     dfte::run_small<R>(true, spec->order, in, out, scaled, spec->scale, inv);
     return;
   }
-  if (inv) dfte::run_plan<true>(::qor::dft::plan_of(spec), in, out, work);
-  else dfte::run_plan<false>(::qor::dft::plan_of(spec), in, out, work);
+  if (spec->method == ::qor::dft::kFftRadix) {
+    // In place, the stages run in the work buffer and the last one writes
+    // back: the first stage reads the whole input.
+    R* T = in == out ? work : out;
+    if (inv) dfp2::run_stages<true>(*spec->stages, in, T, out);
+    else dfp2::run_stages<false>(*spec->stages, in, T, out);
+  } else if (inv) {
+    dfp2::run_large<true>(spec, in, out, work);
+  } else {
+    dfp2::run_large<false>(spec, in, out, work);
+  }
   if (scaled) dfte::scale_array(out, i64{2} << spec->order, static_cast<R>(spec->scale));
 }
 

@@ -130,7 +130,49 @@ struct DftSpec {
 static_assert(sizeof(DftSpec) == 832);
 static_assert(offsetof(DftSpec, rec) == 80);
 
-// FFT spec: 144 bytes of fixed part; the step records and tables follow.
+// Stages of the power-of-two engine over data in bit-reversed order: the
+// first stage (radix[0], no twiddles) works on groups of radix[0]
+// neighbours; stage i combines radix[i] transforms of length m[i] into one.
+// Twiddles of stage i, w_L^(j r) with L = radix[i] * m[i], j < m[i],
+// 0 < r < radix[i], are kept per group of four j: for each r, eight reals
+// with the cosines of the four (each twice), then eight with the sines.
+constexpr int kMaxStages = 10;
+struct Pow2Stages {
+  std::int32_t order;
+  std::int32_t count;
+  std::int32_t radix[kMaxStages];
+  std::int32_t block;  // stages [0, block) run per block of `block_len` elements
+  std::int32_t reserved;
+  i64 block_len;
+  i64 m[kMaxStages];
+  const void* tw[kMaxStages];
+  const std::int32_t* first;  // bit-reversed offsets of the first stage's groups, or null
+};
+
+// One level of the large engine: the data of order `order` is 2^blk
+// transforms of order order-blk, contiguous, then combined across in
+// chunks of `cols` columns held in a buffer of 2^buf elements.
+struct Pow2Level {
+  std::int32_t order;
+  std::int32_t blk;
+  std::int32_t buf;
+  std::int32_t reserved;
+  i64 cols;
+  const void* lane;  // w^(s q) for row t (s its bit reversal), q < cols
+  Pow2Stages comb;   // the 2^blk-point transform across columns
+};
+constexpr int kMaxLevels = 4;
+struct Pow2Large {
+  std::int32_t levels;
+  std::int32_t fine_order;  // the fine table holds w_N^i, i < 2^fine_order
+  const double* coarse;     // w_(2^16)^i, i < 2^16
+  const double* fine;
+  const std::int32_t* mid_rev;  // bit reversal of the middle bits, for the 32 x 32 tiles
+  Pow2Level level[kMaxLevels];
+  Pow2Stages leaf;
+};
+
+// FFT spec: 144 bytes of fixed part; the stage plan and tables follow.
 struct FftSpec {
   std::int32_t id;                // 0
   std::int32_t order;             // 4
@@ -142,19 +184,15 @@ struct FftSpec {
   std::int32_t method;            // 32
   std::int32_t allocated;         // 36
   void* self;                     // 40
-  Record* rec;                    // 48: step records (radix engine)
-  std::int32_t count;             // 56
-  std::int32_t group;             // 60
-  i64 width;                      // 64
-  std::int32_t flag;              // 72
-  std::int32_t split;             // 76
-  const Head* head;               // 80
-  std::int32_t reserved[14];      // 88
+  const Pow2Stages* stages;       // 48: orders 6 to 16
+  const Pow2Large* large;         // 56: from order 17
+  std::int32_t flag;              // 64
+  std::int32_t split;             // 68
+  std::int32_t reserved[18];      // 72
 };
 static_assert(sizeof(FftSpec) == 144);
 
 inline StepPlan plan_of(const DftSpec* s) { return {s->rec, s->last_index + 1, s->group, s->width, s->head}; }
-inline StepPlan plan_of(const FftSpec* s) { return {s->rec, s->count, s->group, s->width, s->head}; }
 
 // Work buffer (in elements) that a step plan needs: the ping-pong copy of
 // the whole array while records before `group` run, and two column blocks.

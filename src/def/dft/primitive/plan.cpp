@@ -209,16 +209,172 @@ void set_scale(int flag, i64 n, std::int32_t* fwd, std::int32_t* inv, double* sc
   *scale = flag == 4 ? 1.0 / std::sqrt(static_cast<double>(n)) : (flag == 8 ? 1.0 : 1.0 / static_cast<double>(n));
 }
 
-// Radices of the power-of-two engine: eights, which do the most work per
-// load and store that the registers allow, and one or two fours when the
-// order is not a multiple of three. The fours come last, where the final
-// step has no twiddles.
-int pow2_radices(int order, int* r) {
-  const int fours = order % 3 == 2 ? 1 : (order % 3 == 1 ? 2 : 0);
-  int count = 0;
-  for (int left = order - 2 * fours; left > 0; left -= 3) r[count++] = 8;
-  for (int i = 0; i < fours; ++i) r[count++] = 4;
-  return count;
+// ---- the power-of-two engine ------------------------------------------------
+// Orders of the first stage: a radix 4 for these orders, else 8.
+int first_order(int e) { return (e == 4 || e == 5 || e == 7 || e == 8 || e == 10) ? 2 : 3; }
+
+// Block and buffer orders of the large engine, by order 9 to 30.
+constexpr std::int8_t tbl_blk_order_64[22] = {6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 7, 8, 8, 8, 8, 8, 8, 8, 8, 8, 8};
+constexpr std::int8_t tbl_buf_order_64[22] = {10, 10, 10, 10, 10, 10, 10, 10, 10, 10, 10,
+                                              11, 13, 13, 13, 13, 13, 13, 13, 13, 13, 13};
+constexpr std::int8_t tbl_blk_order_32[22] = {4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 8, 8, 8, 8, 8, 8, 8, 8, 8, 8, 8};
+constexpr std::int8_t tbl_buf_order_32[22] = {10, 10, 10, 10, 10, 10, 10, 10, 10, 10, 10,
+                                              14, 14, 14, 14, 14, 14, 14, 14, 14, 14, 14};
+
+// Orders up to which a table of roots is made whole; the large engine
+// takes its twiddles from that table and a fine one.
+constexpr int kCoarseOrder = 16;
+
+// Stage plan of order e over a table of roots of order base_order: the
+// radices, and the twiddles of each stage taken by striding the base.
+// Stages whose transforms fit `block_elems` run per block.
+template <class R>
+void build_stages(int e, Region& sr, const double* base, int base_order, bool fill, Pow2Stages* pl, i64 block_elems) {
+  const int f = first_order(e), rest = e - f;
+  int radix[kMaxStages], count = 0;
+  radix[count++] = 1 << f;
+  for (int i = 0; i < (rest - (rest & 1) * 3) / 2; ++i) radix[count++] = 4;
+  if (rest & 1) radix[count++] = 8;
+  i64 m = 1;
+  int block = 0;
+  i64 block_len = 0;
+  for (int i = 0; i < count; ++i) {
+    const int P = radix[i];
+    const i64 L = P * m;
+    void* tw = nullptr;
+    if (i > 0) {
+      tw = sr.take((m / 4) * (P - 1) * 16 * i64{sizeof(R)});
+      if (fill) {
+        R* t = static_cast<R*>(tw);
+        const int shift = base_order - static_cast<int>(__builtin_ctzll(static_cast<unsigned long long>(L)));
+        for (i64 j = 0; j < m; ++j)
+          for (int r = 1; r < P; ++r) {
+            const i64 at = ((j >> 2) * (P - 1) + (r - 1)) * 16 + 2 * (j & 3);
+            const double* w = base + 2 * ((j * r) << shift);
+            t[at] = t[at + 1] = static_cast<R>(w[0]);
+            t[at + 8] = t[at + 9] = static_cast<R>(w[1]);
+          }
+      }
+    }
+    if (L <= block_elems) {
+      block = i + 1;
+      block_len = L;
+    }
+    if (fill) {
+      pl->radix[i] = P;
+      pl->m[i] = m;
+      pl->tw[i] = tw;
+    }
+    m = L;
+  }
+  if (block == count) block_len = m;
+  if (fill) {
+    pl->order = e;
+    pl->count = count;
+    pl->block = block;
+    pl->block_len = block_len;
+    pl->first = nullptr;
+  }
+}
+
+// Elements per block of the in-cache stages: half the first-level cache.
+template <class R>
+i64 stage_block() {
+  return 32768 / (2 * i64{sizeof(R)});
+}
+
+int bit_reverse(i64 v, int bits) {
+  int r = 0;
+  for (int b = 0; b < bits; ++b) r |= static_cast<int>((v >> b) & 1) << (bits - 1 - b);
+  return r;
+}
+
+// Fills the spec of an order from 6 up and returns the work size in bytes.
+template <class R>
+i64 build_pow2(int order, Region& sr, Region& ir, bool fill, FftSpec* s) {
+  const i64 n = i64{1} << order, ebytes = 2 * sizeof(R);
+  if (order <= kCoarseOrder) {
+    auto* base = static_cast<double*>(ir.take(n * 16));
+    if (fill) make_roots(base, n);
+    auto* pl = static_cast<Pow2Stages*>(sr.take(sizeof(Pow2Stages)));
+    build_stages<R>(order, sr, base, order, fill, pl, stage_block<R>());
+    const int f = first_order(order);
+    const i64 groups = n >> f;
+    auto* first = static_cast<std::int32_t*>(sr.take(groups * 4));
+    if (fill) {
+      for (i64 b = 0; b < groups; ++b) first[b] = bit_reverse(b, order - f);
+      pl->first = first;
+      s->stages = pl;
+      s->method = kFftRadix;
+    }
+    return round64(n * ebytes);
+  }
+  // The large engine: a coarse table of roots of order 16, a fine table
+  // of the first roots of the whole length, levels down to order 16.
+  auto* lg = static_cast<Pow2Large*>(sr.take(sizeof(Pow2Large)));
+  auto* coarse = static_cast<double*>(sr.take((i64{1} << kCoarseOrder) * 16));
+  const int fine_order = order - kCoarseOrder;
+  auto* fine = static_cast<double*>(sr.take((i64{1} << fine_order) * 16));
+  auto* mid = static_cast<std::int32_t*>(sr.take((n >> 10) * 4));
+  if (fill) {
+    make_roots(coarse, i64{1} << kCoarseOrder);
+    for (i64 i = 0; i < (i64{1} << fine_order); ++i) {
+      double sn, cs;
+      qor_serv_libm_sincospi(2.0 * static_cast<double>(i) / static_cast<double>(n), &sn, &cs);
+      fine[2 * i] = cs;
+      fine[2 * i + 1] = -sn;
+    }
+    for (i64 i = 0; i < (n >> 10); ++i) mid[i] = bit_reverse(i, order - 10);
+    lg->fine_order = fine_order;
+    lg->coarse = coarse;
+    lg->fine = fine;
+    lg->mid_rev = mid;
+  }
+  // w_N'^t for a level of order e, from the two tables.
+  auto root = [&](int e, i64 t, double* w) {
+    const int cshift = e - kCoarseOrder;
+    const double* hc = coarse + 2 * (t >> cshift);
+    const double* fc = fine + 2 * ((t & ((i64{1} << cshift) - 1)) << (order - e));
+    w[0] = hc[0] * fc[0] - hc[1] * fc[1];
+    w[1] = hc[0] * fc[1] + hc[1] * fc[0];
+  };
+  const bool dbl = sizeof(R) == 8;
+  i64 work_elems = 2048;
+  int e = order, levels = 0;
+  while (e > kCoarseOrder) {
+    const int blk = (dbl ? tbl_blk_order_64 : tbl_blk_order_32)[e - 9];
+    const int buf = (dbl ? tbl_buf_order_64 : tbl_buf_order_32)[e - 9];
+    const i64 rows = i64{1} << blk, cols = (i64{1} << buf) >> blk;
+    auto* lane = static_cast<R*>(sr.take(rows * cols * ebytes));
+    Pow2Level* lv = fill ? &lg->level[levels] : nullptr;
+    build_stages<R>(blk, sr, coarse, kCoarseOrder, fill, fill ? &lv->comb : nullptr, 0);
+    if (fill) {
+      for (i64 t = 0; t < rows; ++t) {
+        const i64 sv = bit_reverse(t, blk);
+        for (i64 q = 0; q < cols; ++q) {
+          double w[2];
+          root(e, sv * q, w);
+          lane[2 * (t * cols + q)] = static_cast<R>(w[0]);
+          lane[2 * (t * cols + q) + 1] = static_cast<R>(w[1]);
+        }
+      }
+      lv->order = e;
+      lv->blk = blk;
+      lv->buf = buf;
+      lv->cols = cols;
+      lv->lane = lane;
+    }
+    if ((i64{1} << buf) > work_elems) work_elems = i64{1} << buf;
+    e -= blk;
+    ++levels;
+  }
+  build_stages<R>(e, sr, coarse, kCoarseOrder, fill, fill ? &lg->leaf : nullptr, stage_block<R>());
+  if (fill) {
+    lg->levels = levels;
+    s->large = lg;
+    s->method = kFftLarge;
+  }
+  return round64(work_elems * ebytes);
 }
 
 }  // namespace
@@ -303,32 +459,7 @@ int build_fft(int order, int flag, int hint, bool split, std::uint8_t* spec_mem,
     s->method = kFftSmall;
   }
   i64 work = 0;
-  if (order > 5) {
-    int fac[32];
-    const int count = pow2_radices(order, fac);
-    const int g = group_start(fac, count, n, 2 * sizeof(R));
-    auto* base = static_cast<double*>(ir.take(n * 16));
-    if (fill) make_roots(base, n);
-    auto* rec = static_cast<Record*>(sr.take(count * i64{sizeof(Record)}));
-    const bool head = use_head(n, g);
-    build_records<R>(fac, count, n, sr, base, fill, rec, 1, head ? g : 0);
-    Head* h = head ? build_head<R>(fac, g, n, sr, base, fill) : nullptr;
-    i64 stride = 1;
-    for (int i = 0; i < g; ++i) stride *= fac[i];
-    const i64 width = block_width(stride, n / stride, 2 * sizeof(R));
-    if (fill) {
-      s->method = kFftRadix;
-      s->rec = rec;
-      s->count = count;
-      s->group = g;
-      s->width = width;
-      s->head = h;
-    }
-    const i64 ebytes = 2 * sizeof(R);
-    if (g > 0) work += round64(n * ebytes);
-    if (count - g >= 2) work += 2 * round64(width * (n / stride) * ebytes);
-    if (head) work += 2 * round64(head_width(stride, n / stride, static_cast<int>(ebytes)) * stride * ebytes);
-  }
+  if (order > 5) work = build_pow2<R>(order, sr, ir, fill, s);
   if (split) work += round64(n * 2 * i64{sizeof(R)});
   sizes->spec = order <= 5 ? i64{sizeof(FftSpec)} : sr.used;
   sizes->init = ir.used;

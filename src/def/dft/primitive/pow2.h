@@ -1,0 +1,297 @@
+// The power-of-two engine, written once over the precision and compiled per
+// instruction-set class (included by engine.h).
+//
+// Decimation in time over data in bit-reversed order. A stage of radix P
+// combines P neighbouring transforms of length m into one of length P*m:
+// with the inputs in bit-reversed order, transform number rev(r) of the P
+// holds the r-th decimated part, so a_r = y[j + rev(r) m] w^(j r), then a
+// P-point DFT gives y[j + k m] in natural order, all in place.
+//
+// Up to order 16 the first stage reads the input through the table of
+// bit-reversed group offsets (no separate reordering pass), and the stages
+// short enough for the first-level cache run per block. From order 17 the
+// data are bit-reversed in 32 x 32 tiles first; then each level splits the
+// array into 2^blk contiguous transforms (done recursively), and combines
+// them across, a few columns at a time gathered into a small buffer.
+#pragma once
+#include <cstring>
+
+#include "dft/primitive/codelets.h"
+#include "dft/primitive/layout.h"
+
+QOR_ISA_BEGIN
+namespace dfp2 {
+
+using namespace ::qor::QOR_ISA_NAME::dftv;
+using ::qor::dft::i64;
+using ::qor::dft::Pow2Large;
+using ::qor::dft::Pow2Level;
+using ::qor::dft::Pow2Stages;
+
+// ---- lane gathers and twiddles from split cosine and sine -------------------
+// Lane l of the result is the complex value at p + 2 * off[l].
+QV_INLINE D1 gather(const double* p, const i64* off, D1*) { return D1::load(p + 2 * off[0]); }
+QV_INLINE F2 gather(const float* p, const i64* off, F2*) {
+  __m128 v = _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(p + 2 * off[0])));
+  return {_mm_loadh_pi(v, reinterpret_cast<const __m64*>(p + 2 * off[1]))};
+}
+// A twiddle from a cosine and a sine, broadcast to every lane.
+QV_INLINE D1T pair(const double* c, const double* s, bool conj, D1*) {
+  return d1t_from(_mm_load1_pd(c), _mm_load1_pd(s), conj);
+}
+QV_INLINE F2T pair(const float* c, const float* s, bool conj, F2*) {
+  return f2t_from(_mm_load1_ps(c), _mm_load1_ps(s), conj);
+}
+#if defined(__AVX2__)
+QV_INLINE D2 gather(const double* p, const i64* off, D2*) {
+  return {_mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(p + 2 * off[0])), _mm_loadu_pd(p + 2 * off[1]), 1)};
+}
+QV_INLINE F4 gather(const float* p, const i64* off, F4*) {
+  const F2 lo = gather(p, off, static_cast<F2*>(nullptr)), hi = gather(p, off + 2, static_cast<F2*>(nullptr));
+  return {_mm256_insertf128_ps(_mm256_castps128_ps256(lo.v), hi.v, 1)};
+}
+QV_INLINE D2T pair(const double* c, const double* s, bool conj, D2*) {
+  __m256d im = _mm256_broadcast_sd(s);
+  if (conj) im = _mm256_xor_pd(im, _mm256_set1_pd(-0.0));
+  return {_mm256_broadcast_sd(c), im};
+}
+QV_INLINE F4T pair(const float* c, const float* s, bool conj, F4*) {
+  __m256 im = _mm256_broadcast_ss(s);
+  if (conj) im = _mm256_xor_ps(im, _mm256_set1_ps(-0.f));
+  return {_mm256_broadcast_ss(c), im};
+}
+#endif
+
+template <int P>
+constexpr int rev_digit(int r) {
+  int out = 0;
+  for (int b = 1; b < P; b <<= 1, r >>= 1) out = (out << 1) | (r & 1);
+  return out;
+}
+
+// ---- the first stage: groups of P neighbours, no twiddles ----------------------
+// Group b (b in [b0, b1)) takes a_r from src[off(b) + rstep * r] where
+// off(b) is first[b] (bit-reversed read of the caller's data) or, with
+// `first` null, P*b with rstep 1 and r bit-reversed (data already in
+// bit-reversed order). Output k of group b goes to dst[P*b + k].
+template <int P, bool INV, class R>
+void first_stage(const R* src, R* dst, i64 b0, i64 b1, const std::int32_t* first, i64 rstep) {
+  using V = typename VecSet<R>::W;
+  constexpr int NL = V::N;
+  i64 b = b0;
+  for (; b + NL <= b1; b += NL) {
+    i64 off[NL];
+    for (int l = 0; l < NL; ++l) off[l] = first != nullptr ? first[b + l] : P * (b + l);
+    V a[P];
+    if (first != nullptr) {
+      sfor<0, P>([&](auto r) __attribute__((always_inline)) {
+        a[r] = gather(src + 2 * (rstep * r), off, static_cast<V*>(nullptr));
+      });
+    } else {
+      sfor<0, P>([&](auto r) __attribute__((always_inline)) {
+        a[r] = gather(src + 2 * rev_digit<P>(r), off, static_cast<V*>(nullptr));
+      });
+    }
+    Dft<P, INV, V>::run(a);
+    store_transposed<P>(a, dst + 2 * (P * b));
+  }
+  using O = typename VecSet<R>::O;
+  for (; b < b1; ++b) {
+    O a[P];
+    sfor<0, P>([&](auto r) __attribute__((always_inline)) {
+      a[r] = first != nullptr ? O::load(src + 2 * (first[b] + rstep * r)) : O::load(src + 2 * (P * b + rev_digit<P>(r)));
+    });
+    Dft<P, INV, O>::run(a);
+    sfor<0, P>([&](auto k) __attribute__((always_inline)) { a[k].store(dst + 2 * (P * b + k)); });
+  }
+}
+
+// ---- a twiddled stage, vectorised along j ------------------------------------
+// n elements from src to dst (the same array or not), transforms of length
+// P*m, m a multiple of four.
+template <int P, bool INV, class R>
+void stage_rows(const R* src, R* dst, i64 n, i64 m, const R* tw) {
+  using V = typename VecSet<R>::W;
+  for (i64 s = 0; s < n; s += P * m) {
+    const R* sp = src + 2 * s;
+    R* dp = dst + 2 * s;
+    for (i64 j = 0; j < m; j += V::N) {
+      const R* tg = tw + (j >> 2) * (P - 1) * 16 + 2 * (j & 3);
+      V a[P];
+      a[0] = V::load(sp + 2 * j);
+      sfor<1, P>([&](auto r) __attribute__((always_inline)) {
+        a[r] = cmul(V::load(sp + 2 * (j + rev_digit<P>(r) * m)), Tw<V>::dup(tg + (r - 1) * 16, tg + (r - 1) * 16 + 8, INV));
+      });
+      Dft<P, INV, V>::run(a);
+      sfor<0, P>([&](auto k) __attribute__((always_inline)) { a[k].store(dp + 2 * (j + k * m)); });
+    }
+  }
+}
+
+// ---- a stage across columns: rows of Q contiguous values ----------------------
+template <int P, bool INV, class R>
+void stage_cols(R* buf, i64 rows, i64 m, i64 Q, const R* tw) {
+  using V = typename VecSet<R>::W;
+  typename Tw<V>::type t[P];
+  for (i64 s = 0; s < rows; s += P * m)
+    for (i64 j = 0; j < m; ++j) {
+      if (tw != nullptr) {
+        const R* tg = tw + (j >> 2) * (P - 1) * 16 + 2 * (j & 3);
+        for (int r = 1; r < P; ++r) t[r] = pair(tg + (r - 1) * 16, tg + (r - 1) * 16 + 8, INV, static_cast<V*>(nullptr));
+      }
+      R* base = buf + 2 * (s + j) * Q;
+      for (i64 q = 0; q < Q; q += V::N) {
+        V a[P];
+        sfor<0, P>([&](auto r) __attribute__((always_inline)) {
+          a[r] = V::load(base + 2 * (rev_digit<P>(r) * m * Q + q));
+          if constexpr (r > 0)
+            if (tw != nullptr) a[r] = cmul(a[r], t[r]);
+        });
+        Dft<P, INV, V>::run(a);
+        sfor<0, P>([&](auto k) __attribute__((always_inline)) { a[k].store(base + 2 * (k * m * Q + q)); });
+      }
+    }
+}
+
+template <bool INV, class R>
+QV_INLINE void run_first(int P, const R* src, R* dst, i64 b0, i64 b1, const std::int32_t* first, i64 rstep) {
+  if (P == 8) first_stage<8, INV>(src, dst, b0, b1, first, rstep);
+  else first_stage<4, INV>(src, dst, b0, b1, first, rstep);
+}
+template <bool INV, class R>
+QV_INLINE void run_rows(int P, const R* src, R* dst, i64 n, i64 m, const void* tw) {
+  if (P == 8) stage_rows<8, INV>(src, dst, n, m, static_cast<const R*>(tw));
+  else stage_rows<4, INV>(src, dst, n, m, static_cast<const R*>(tw));
+}
+
+// ---- a whole transform of order up to 16 ----------------------------------------
+// With pl.first set the first stage reads `src` in bit-reversed order;
+// otherwise src is T and already in bit-reversed order. Stages run in T,
+// the last one writes to dst.
+template <bool INV, class R>
+void run_stages(const Pow2Stages& pl, const R* src, R* T, R* dst) {
+  const i64 n = i64{1} << pl.order;
+  const int P0 = pl.radix[0], last = pl.count - 1;
+  const i64 rstep = n / P0;
+  const i64 bl = pl.block_len;
+  for (i64 o = 0; o < n; o += bl) {
+    run_first<INV>(P0, src, T, o / P0, (o + bl) / P0, pl.first, rstep);
+    for (int i = 1; i < pl.block; ++i)
+      run_rows<INV>(pl.radix[i], T + 2 * o, (i == last ? dst : T) + 2 * o, bl, pl.m[i], pl.tw[i]);
+  }
+  for (int i = pl.block; i < pl.count; ++i) run_rows<INV>(pl.radix[i], T, i == last ? dst : T, n, pl.m[i], pl.tw[i]);
+  if (last == 0 && dst != T) std::memcpy(dst, T, static_cast<std::size_t>(n) * 2 * sizeof(R));
+}
+
+// The 2^blk-point transforms across columns of a buffer of rows, rows in
+// bit-reversed order.
+template <bool INV, class R>
+void run_cols(const Pow2Stages& pl, R* buf, i64 rows, i64 Q) {
+  for (int i = 0; i < pl.count; ++i) {
+    const i64 m = pl.m[i];
+    const R* tw = static_cast<const R*>(pl.tw[i]);
+    if (pl.radix[i] == 8) stage_cols<8, INV>(buf, rows, m, Q, tw);
+    else stage_cols<4, INV>(buf, rows, m, Q, tw);
+  }
+}
+
+// ---- bit reversal in 32 x 32 tiles (order at least 10) --------------------------
+// Index i = (a, mid, b) with five-bit a and b: its reversal is
+// (rev b, rev mid, rev a). For each mid the tile of 32 rows of 32
+// neighbours goes through a buffer, so that reads and writes stay in
+// cache lines. In place, tiles mid and rev(mid) are exchanged.
+template <class R>
+QV_INLINE void tile_load(const R* x, i64 S, i64 col, R* t) {
+  for (int rb = 0; rb < 32; ++rb) std::memcpy(t + 64 * rb, x + 2 * (rb * S + col), 64 * sizeof(R));
+}
+template <class R>
+QV_INLINE void tile_store(const R* t, R* y, i64 S, i64 col, const std::int8_t* rv5) {
+  // y[(a, col, b)] = t[rev b][rev a]
+  using O = typename VecSet<R>::O;
+  for (int a = 0; a < 32; ++a) {
+    R* row = y + 2 * (a * S + col);
+    const int ra = rv5[a];
+    for (int b = 0; b < 32; ++b) O::load(t + 2 * (32 * rv5[b] + ra)).store(row + 2 * b);
+  }
+}
+template <class R>
+void bit_reverse(const R* x, R* y, int order, const std::int32_t* mid_rev, R* work) {
+  std::int8_t rv5[32];
+  for (int i = 0; i < 32; ++i) {
+    int r = 0;
+    for (int b = 0; b < 5; ++b) r |= ((i >> b) & 1) << (4 - b);
+    rv5[i] = static_cast<std::int8_t>(r);
+  }
+  const i64 S = i64{1} << (order - 5), mids = i64{1} << (order - 10);
+  R* t0 = work;
+  R* t1 = work + 2 * 1024;
+  for (i64 mid = 0; mid < mids; ++mid) {
+    const i64 mr = mid_rev[mid];
+    if (x != y) {
+      tile_load(x, S, 32 * mr, t0);
+      tile_store(t0, y, S, 32 * mid, rv5);
+    } else if (mid <= mr) {
+      tile_load(y, S, 32 * mr, t0);
+      if (mid != mr) tile_load(y, S, 32 * mid, t1);
+      tile_store(t0, y, S, 32 * mid, rv5);
+      if (mid != mr) tile_store(t1, y, S, 32 * mr, rv5);
+    }
+  }
+}
+
+// ---- the large engine ---------------------------------------------------------------
+template <bool INV, class R>
+void combine(const Pow2Large& lg, const Pow2Level& lv, R* y, R* buf) {
+  using V = typename VecSet<R>::W;
+  const int e = lv.order, blk = lv.blk;
+  const i64 rows = i64{1} << blk, M = i64{1} << (e - blk), Q = lv.cols;
+  const int cshift = e - 16, fstride = lg.fine_order - cshift;  // fine index stride 2^(order_top - e)
+  const i64 fmask = (i64{1} << cshift) - 1;
+  const R* lane = static_cast<const R*>(lv.lane);
+  for (i64 c0 = 0; c0 < M; c0 += Q) {
+    for (i64 t = 0; t < rows; ++t) {
+      int s = 0;
+      for (int b = 0; b < blk; ++b) s |= static_cast<int>((t >> b) & 1) << (blk - 1 - b);
+      const R* src = y + 2 * (t * M + c0);
+      R* dst = buf + 2 * (t * Q);
+      if (s == 0) {
+        std::memcpy(dst, src, static_cast<std::size_t>(Q) * 2 * sizeof(R));
+        continue;
+      }
+      // w_N^(s c0) from the coarse and fine tables.
+      const i64 idx = s * c0;
+      const double* hc = lg.coarse + 2 * (idx >> cshift);
+      const double* fc = lg.fine + 2 * ((idx & fmask) << fstride);
+      const R w[2] = {static_cast<R>(hc[0] * fc[0] - hc[1] * fc[1]), static_cast<R>(hc[0] * fc[1] + hc[1] * fc[0])};
+      const auto wb = Tw<V>::bcast(w, false);
+      const R* lr = lane + 2 * (t * Q);
+      for (i64 q = 0; q < Q; q += V::N)
+        cmul(V::load(src + 2 * q), Tw<V>::of(cmul(V::load(lr + 2 * q), wb), INV)).store(dst + 2 * q);
+    }
+    run_cols<INV>(lv.comb, buf, rows, Q);
+    for (i64 k = 0; k < rows; ++k)
+      std::memcpy(y + 2 * (k * M + c0), buf + 2 * (k * Q), static_cast<std::size_t>(Q) * 2 * sizeof(R));
+  }
+}
+
+template <bool INV, class R>
+void large_level(const Pow2Large& lg, int li, R* y, R* buf) {
+  if (li >= lg.levels || li >= ::qor::dft::kMaxLevels) {
+    run_stages<INV>(lg.leaf, y, y, y);
+    return;
+  }
+  const Pow2Level& lv = lg.level[li];
+  const i64 rows = i64{1} << lv.blk, M = i64{1} << (lv.order - lv.blk);
+  for (i64 t = 0; t < rows; ++t) large_level<INV>(lg, li + 1, y + 2 * t * M, buf);
+  combine<INV>(lg, lv, y, buf);
+}
+
+template <bool INV, class R>
+void run_large(const ::qor::dft::FftSpec* spec, const R* in, R* out, R* work) {
+  const Pow2Large& lg = *spec->large;
+  bit_reverse(in, out, spec->order, lg.mid_rev, work);
+  large_level<INV>(lg, 0, out, work);
+}
+
+}  // namespace dfp2
+QOR_ISA_END
