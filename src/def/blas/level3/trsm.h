@@ -12,9 +12,11 @@
 #pragma once
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "blas/level3/elem.h"
 #include "blas/level3/gemm_ops.h"
+#include "blas/level3/trsm_simd.h"
 #include "frame/services.h"
 
 QOR_ISA_BEGIN
@@ -107,8 +109,22 @@ void sweep(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb, i64 t
 
 // ---- Leaves ----------------------------------------------------------------------
 // Divide selects the dividing form (the unblocked solver); otherwise each
-// diagonal element is inverted once and the solve multiplies.
+// diagonal element is inverted once and the solve multiplies. The
+// multiplying leaves of the real types hand their work to the vector body
+// when the processor path is one with 256-bit FMA; the loops below are the
+// baseline and the complex types.
 
+// True when the vector body solved the leaf.
+template <class T>
+inline bool vector_leaf(const Tri& t, bool lower, bool trans, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
+  if constexpr (std::is_same_v<T, double> || std::is_same_v<T, float>) {
+    if (qor_serv_cpuiszen() == 0 && qor_serv_cpuisbulldozer() == 0) return false;
+    return ::qor::trsm_simd::solve({t.left, lower, trans, t.unit}, m, n, a, lda, b, ldb);
+  } else {
+    (void)t, (void)lower, (void)trans, (void)m, (void)n, (void)a, (void)lda, (void)b, (void)ldb;
+    return false;
+  }
+}
 // The diagonal element i of op(A).
 template <class T>
 inline T op_diag(const Tri& t, const T* a, i64 lda, i64 i) {
@@ -176,6 +192,9 @@ inline void axpy_neg(i64 len, T s, const T* x, T* y) {
 template <class T, bool Divide, bool Lower, bool Trans>
 void left_leaf_case(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
   constexpr bool fwd = Lower != Trans;
+  if constexpr (!Divide) {
+    if (vector_leaf<T>(t, Lower, Trans, m, n, a, lda, b, ldb)) return;
+  }
   Pivots<T, Divide> piv;
   for (i64 done = 0; done < m;) {
     const i64 w = min_i(kChunk, m - done);
@@ -234,6 +253,7 @@ void left_leaf(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
 template <class T, bool Lower, bool Trans>
 void left_leaf2x2_case(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
   constexpr bool fwd = Lower != Trans;
+  if (vector_leaf<T>(t, Lower, Trans, m, n, a, lda, b, ldb)) return;
   Pivots<T, false> piv;
   auto A = [&](i64 i, i64 j) { return a[i + j * lda]; };
   for (i64 done = 0; done < m;) {
@@ -336,6 +356,9 @@ void left_leaf2x2(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb
 // work goes in strips of rows that stay in the first-level cache.
 template <class T, bool Divide>
 void right_leaf(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
+  if constexpr (!Divide) {
+    if (vector_leaf<T>(t, t.lower, t.trans, m, n, a, lda, b, ldb)) return;
+  }
   const bool fwd = t.lower == t.trans;  // op(A) upper
   constexpr i64 strip = Divide ? INT64_MAX / 4 : 512 / static_cast<i64>(sizeof(T));
   Pivots<T, Divide> piv;

@@ -1,0 +1,202 @@
+// The vector body of the triangular-solve leaves, real types, for the
+// Bulldozer and Zen classes (AVX and FMA).
+#include <immintrin.h>
+
+#include <cstdint>
+
+#include "blas/level3/trsm_simd.h"
+#include "frame/isa.h"
+
+QOR_ISA_BEGIN
+namespace trsm_leaf {
+
+using i64 = std::int64_t;
+
+template <class T>
+struct Vec;
+
+template <>
+struct Vec<double> {
+  using V = __m256d;
+  static constexpr int kLanes = 4;
+  static V load(const double* p) { return _mm256_loadu_pd(p); }
+  static void store(double* p, V v) { _mm256_storeu_pd(p, v); }
+  static V bcast(const double* p) { return _mm256_broadcast_sd(p); }
+  static V set1(double x) { return _mm256_set1_pd(x); }
+  static V mul(V a, V b) { return _mm256_mul_pd(a, b); }
+  static V nmadd(V a, V b, V c) { return _mm256_fnmadd_pd(a, b, c); }  // c - a * b
+};
+
+template <>
+struct Vec<float> {
+  using V = __m256;
+  static constexpr int kLanes = 8;
+  static V load(const float* p) { return _mm256_loadu_ps(p); }
+  static void store(float* p, V v) { _mm256_storeu_ps(p, v); }
+  static V bcast(const float* p) { return _mm256_broadcast_ss(p); }
+  static V set1(float x) { return _mm256_set1_ps(x); }
+  static V mul(V a, V b) { return _mm256_mul_ps(a, b); }
+  static V nmadd(V a, V b, V c) { return _mm256_fnmadd_ps(a, b, c); }
+};
+
+// A strip is two vectors of rows.
+template <class T>
+inline constexpr i64 kStrip = 2 * Vec<T>::kLanes;
+
+// The coefficient matrix M of X M = B, upper triangular in solving order:
+// M(k, j) at c + k * sk + j * sj; r[j] the reciprocal of M(j, j).
+template <class T>
+struct Coef {
+  const T* c;
+  i64 sk, sj;
+  const T* r;
+  bool unit;
+  const T* at(i64 k, i64 j) const { return c + k * sk + j * sj; }
+};
+
+// Solves columns j .. j+NR-1 of one strip (column k of the strip at
+// x + k * ldx), the columns before j being solved already.
+template <class T, int NR>
+inline void group(T* x, i64 ldx, i64 j, const Coef<T>& m) {
+  using W = Vec<T>;
+  using V = typename W::V;
+  constexpr int L = W::kLanes;
+  V acc[NR][2];
+  for (int q = 0; q < NR; ++q) {
+    acc[q][0] = W::load(x + (j + q) * ldx);
+    acc[q][1] = W::load(x + (j + q) * ldx + L);
+  }
+  const T* xk = x;
+  const T* ck = m.at(0, j);
+  for (i64 k = 0; k < j; ++k, xk += ldx, ck += m.sk) {
+    const V x0 = W::load(xk), x1 = W::load(xk + L);
+    for (int q = 0; q < NR; ++q) {
+      const V c = W::bcast(ck + q * m.sj);
+      acc[q][0] = W::nmadd(x0, c, acc[q][0]);
+      acc[q][1] = W::nmadd(x1, c, acc[q][1]);
+    }
+  }
+  // The diagonal block, column by column.
+  for (int q = 0; q < NR; ++q) {
+    if (!m.unit) {
+      const V r = W::set1(m.r[j + q]);
+      acc[q][0] = W::mul(acc[q][0], r);
+      acc[q][1] = W::mul(acc[q][1], r);
+    }
+    W::store(x + (j + q) * ldx, acc[q][0]);
+    W::store(x + (j + q) * ldx + L, acc[q][1]);
+    for (int p = q + 1; p < NR; ++p) {
+      const V c = W::bcast(m.at(j + q, j + p));
+      acc[p][0] = W::nmadd(acc[q][0], c, acc[p][0]);
+      acc[p][1] = W::nmadd(acc[q][1], c, acc[p][1]);
+    }
+  }
+}
+
+// All n columns of one strip.
+template <class T>
+void strip(T* x, i64 ldx, i64 n, const Coef<T>& m) {
+  i64 j = 0;
+  for (; j + 4 <= n; j += 4) group<T, 4>(x, ldx, j, m);
+  switch (n - j) {
+    case 3: group<T, 3>(x, ldx, j, m); break;
+    case 2: group<T, 2>(x, ldx, j, m); break;
+    case 1: group<T, 1>(x, ldx, j, m); break;
+    default: break;
+  }
+}
+
+// A strip of `rows` (at most kStrip) rows of B at b, columns ldb apart, held
+// in a buffer of kStrip rows so that the vector loads stay inside it. With
+// `across` the strip is instead `rows` columns of B, transposed: row k of B
+// becomes column k of the buffer. Unused rows of the buffer are zero.
+template <class T>
+void gather(bool across, i64 rows, i64 n, const T* b, i64 ldb, T* buf) {
+  constexpr i64 S = kStrip<T>;
+  for (i64 k = 0; k < n; ++k)
+    for (i64 i = rows; i < S; ++i) buf[k * S + i] = T(0);
+  if (across) {
+    for (i64 i = 0; i < rows; ++i) {
+      const T* col = b + i * ldb;
+      for (i64 k = 0; k < n; ++k) buf[k * S + i] = col[k];
+    }
+  } else {
+    for (i64 k = 0; k < n; ++k)
+      for (i64 i = 0; i < rows; ++i) buf[k * S + i] = b[i + k * ldb];
+  }
+}
+
+template <class T>
+void scatter(bool across, i64 rows, i64 n, const T* buf, T* b, i64 ldb) {
+  constexpr i64 S = kStrip<T>;
+  if (across) {
+    for (i64 i = 0; i < rows; ++i) {
+      T* col = b + i * ldb;
+      for (i64 k = 0; k < n; ++k) col[k] = buf[k * S + i];
+    }
+  } else {
+    for (i64 k = 0; k < n; ++k)
+      for (i64 i = 0; i < rows; ++i) b[i + k * ldb] = buf[k * S + i];
+  }
+}
+
+template <class T>
+bool solve(const trsm_simd::Leaf& f, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
+  constexpr i64 S = kStrip<T>;
+  const i64 tri = f.left ? m : n, rhs = f.left ? n : m;
+  if (tri > trsm_simd::kMaxTri) return false;
+  if (tri <= 0 || rhs <= 0) return true;
+  // M = op(A) on the right and op(A)^T on the left: M(k, j) = A(j, k) when
+  // exactly one of the two transposes.
+  const bool te = f.trans != f.left;
+  i64 sk = te ? lda : 1, sj = te ? 1 : lda;
+  const bool forward = f.lower == te;  // M upper as stored
+  const T* c = a;
+  if (!forward) {
+    c = a + (tri - 1) * (1 + lda);
+    sk = -sk;
+    sj = -sj;
+  }
+  T recip[trsm_simd::kMaxTri];
+  if (!f.unit)
+    for (i64 j = 0; j < tri; ++j) recip[j] = T(1) / c[j * (sk + sj)];
+  const Coef<T> coef{c, sk, sj, recip, f.unit};
+  // Column k of a strip in solving order, from its first column and stride.
+  auto run = [&](T* first, i64 ld) {
+    if (forward) {
+      strip<T>(first, ld, tri, coef);
+    } else {
+      strip<T>(first + (tri - 1) * ld, -ld, tri, coef);
+    }
+  };
+  alignas(64) T buf[S * trsm_simd::kMaxTri];
+  i64 r0 = 0;
+  if (!f.left) {
+    for (; r0 + S <= rhs; r0 += S) run(b + r0, ldb);
+  }
+  for (; r0 < rhs; r0 += S) {
+    const i64 rows = rhs - r0 < S ? rhs - r0 : S;
+    T* at = f.left ? b + r0 * ldb : b + r0;
+    gather<T>(f.left, rows, tri, at, ldb, buf);
+    run(buf, S);
+    scatter<T>(f.left, rows, tri, buf, at, ldb);
+  }
+  return true;
+}
+
+}  // namespace trsm_leaf
+QOR_ISA_END
+
+namespace qor::trsm_simd {
+
+bool solve(const Leaf& f, std::int64_t m, std::int64_t n, const double* a, std::int64_t lda, double* b,
+           std::int64_t ldb) {
+  return qor::QOR_ISA_NAME::trsm_leaf::solve<double>(f, m, n, a, lda, b, ldb);
+}
+
+bool solve(const Leaf& f, std::int64_t m, std::int64_t n, const float* a, std::int64_t lda, float* b,
+           std::int64_t ldb) {
+  return qor::QOR_ISA_NAME::trsm_leaf::solve<float>(f, m, n, a, lda, b, ldb);
+}
+
+}  // namespace qor::trsm_simd

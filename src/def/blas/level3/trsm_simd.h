@@ -1,0 +1,43 @@
+// The vector body of the triangular-solve leaves (256-bit AVX with FMA, for
+// the Bulldozer and Zen classes), built in its own translation unit and
+// called from the leaves when the processor path takes it.
+//
+// Every leaf case is turned into one form: X M = B for a strip of rows of
+// X, with M upper triangular and solved column by column from the first.
+// The right side is that form already (M = op(A)); the left side is its
+// transpose (M = op(A)^T), solved on strips of columns of B copied into a
+// small transposed buffer. A backward solve walks both M and the columns of
+// the strip from the far end, by negative strides, so no data moves for it.
+// Each step takes four columns of the strip at once: their elements are
+// loaded into registers, the columns already solved are subtracted from
+// them (one multiply-add per element and solved column, with the
+// coefficient broadcast), and the four are finished against their own 4 x 4
+// diagonal block in registers, each multiplied by the reciprocal of its
+// diagonal element.
+#pragma once
+#include <cstdint>
+
+namespace qor::trsm_simd {
+
+// The letters of a leaf solve.
+struct Leaf {
+  bool left;
+  bool lower;
+  bool trans;
+  bool unit;
+};
+
+// The largest triangle the vector body takes; larger ones are left to the
+// caller's loops (the blocked solve never hands a leaf more than 64).
+inline constexpr std::int64_t kMaxTri = 256;
+
+// Solves the leaf and returns true, or returns false without touching B
+// when the triangle is larger than kMaxTri. The caller has checked the
+// processor path. The reciprocals are those of the scalar leaves: 1 divided
+// by the diagonal element.
+bool solve(const Leaf& f, std::int64_t m, std::int64_t n, const double* a, std::int64_t lda, double* b,
+           std::int64_t ldb);
+bool solve(const Leaf& f, std::int64_t m, std::int64_t n, const float* a, std::int64_t lda, float* b,
+           std::int64_t ldb);
+
+}  // namespace qor::trsm_simd
