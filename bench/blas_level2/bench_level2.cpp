@@ -31,6 +31,14 @@ std::vector<double> filled(std::size_t n, double seed) {
 // Enough repetitions for a stable best time, fewer for the big sizes.
 double min_seconds(int n) { return n >= 4000 ? 0.6 : 0.25; }
 
+// Our best time and the peer's (0 when the peer lacks the routine), timed
+// in alternating rounds.
+template <class F, class G>
+qor::bench::Pair side_by_side(bool have_peer, F&& ours, G&& peer, double sec) {
+  if (!have_peer) return {qor::bench::best_time(ours, sec), 0};
+  return qor::bench::best_times_alternating(ours, peer, sec);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -55,28 +63,28 @@ int main(int argc, char** argv) {
     auto x = filled(n, 2), y = filled(n, 3);
     const double sec = min_seconds(n);
     for (auto tr : {CblasNoTrans, CblasTrans}) {
-      double ours = qor::bench::best_time(
-          [&] { cblas_dgemv(CblasColMajor, tr, n, n, 1.0, a.data(), n, x.data(), 1, 0.5, y.data(), 1); }, sec);
-      double peer = o_dgemv ? qor::bench::best_time([&] {
+      const auto [ours, peer] = side_by_side(
+          o_dgemv != nullptr, [&] { cblas_dgemv(CblasColMajor, tr, n, n, 1.0, a.data(), n, x.data(), 1, 0.5, y.data(), 1); },
+          [&] {
         o_dgemv(CblasColMajor, tr, n, n, 1.0, a.data(), n, x.data(), 1, 0.5, y.data(), 1);
-      }, sec) : 0;
+      }, sec);
       qor::bench::report(tr == CblasNoTrans ? "dgemv N" : "dgemv T", size, ours, "GB/s", 8 * nn / 1e9, ob.label(), peer);
     }
     {
-      double ours = qor::bench::best_time(
-          [&] { cblas_dsymv(CblasColMajor, CblasLower, n, 1.0, a.data(), n, x.data(), 1, 0.5, y.data(), 1); }, sec);
-      double peer = o_dsymv ? qor::bench::best_time([&] {
+      const auto [ours, peer] = side_by_side(
+          o_dsymv != nullptr, [&] { cblas_dsymv(CblasColMajor, CblasLower, n, 1.0, a.data(), n, x.data(), 1, 0.5, y.data(), 1); },
+          [&] {
         o_dsymv(CblasColMajor, CblasLower, n, 1.0, a.data(), n, x.data(), 1, 0.5, y.data(), 1);
-      }, sec) : 0;
+      }, sec);
       qor::bench::report("dsymv L", size, ours, "GB/s", 4 * nn / 1e9, ob.label(), peer);
     }
     {
       // alpha small so that repeated updates stay bounded.
-      double ours = qor::bench::best_time(
-          [&] { cblas_dger(CblasColMajor, n, n, 1e-9, x.data(), 1, y.data(), 1, a.data(), n); }, sec);
-      double peer = o_dger ? qor::bench::best_time([&] {
+      const auto [ours, peer] = side_by_side(
+          o_dger != nullptr, [&] { cblas_dger(CblasColMajor, n, n, 1e-9, x.data(), 1, y.data(), 1, a.data(), n); },
+          [&] {
         o_dger(CblasColMajor, n, n, 1e-9, x.data(), 1, y.data(), 1, a.data(), n);
-      }, sec) : 0;
+      }, sec);
       qor::bench::report("dger", size, ours, "GB/s", 16 * nn / 1e9, ob.label(), peer);
     }
     {
@@ -84,12 +92,13 @@ int main(int argc, char** argv) {
       auto zx = filled(2 * static_cast<std::size_t>(n), 5), zy = filled(2 * static_cast<std::size_t>(n), 6);
       const std::complex<double> al(1.0, 0.5), be(0.5, 0.0);
       for (auto tr : {CblasNoTrans, CblasConjTrans}) {
-        double ours = qor::bench::best_time([&] {
+        const auto [ours, peer] = side_by_side(
+            o_zgemv != nullptr, [&] {
           cblas_zgemv(CblasColMajor, tr, n, n, &al, za.data(), n, zx.data(), 1, &be, zy.data(), 1);
-        }, sec);
-        double peer = o_zgemv ? qor::bench::best_time([&] {
+        },
+            [&] {
           o_zgemv(CblasColMajor, tr, n, n, &al, za.data(), n, zx.data(), 1, &be, zy.data(), 1);
-        }, sec) : 0;
+        }, sec);
         qor::bench::report(tr == CblasNoTrans ? "zgemv N" : "zgemv C", size, ours, "GB/s", 16 * nn / 1e9, ob.label(),
                            peer);
       }
