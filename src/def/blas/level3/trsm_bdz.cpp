@@ -61,34 +61,39 @@ inline void group(T* x, i64 ldx, i64 j, const Coef<T>& m) {
   using W = Vec<T>;
   using V = typename W::V;
   constexpr int L = W::kLanes;
-  V acc[NR][2];
+  V lo[NR], hi[NR];  // the upper and lower halves of each column
+#pragma GCC unroll 4
   for (int q = 0; q < NR; ++q) {
-    acc[q][0] = W::load(x + (j + q) * ldx);
-    acc[q][1] = W::load(x + (j + q) * ldx + L);
+    lo[q] = W::load(x + (j + q) * ldx);
+    hi[q] = W::load(x + (j + q) * ldx + L);
   }
   const T* xk = x;
   const T* ck = m.at(0, j);
+  const i64 sj = m.sj;
   for (i64 k = 0; k < j; ++k, xk += ldx, ck += m.sk) {
     const V x0 = W::load(xk), x1 = W::load(xk + L);
+#pragma GCC unroll 4
     for (int q = 0; q < NR; ++q) {
-      const V c = W::bcast(ck + q * m.sj);
-      acc[q][0] = W::nmadd(x0, c, acc[q][0]);
-      acc[q][1] = W::nmadd(x1, c, acc[q][1]);
+      const V c = W::bcast(ck + q * sj);
+      lo[q] = W::nmadd(x0, c, lo[q]);
+      hi[q] = W::nmadd(x1, c, hi[q]);
     }
   }
   // The diagonal block, column by column.
+#pragma GCC unroll 4
   for (int q = 0; q < NR; ++q) {
     if (!m.unit) {
       const V r = W::set1(m.r[j + q]);
-      acc[q][0] = W::mul(acc[q][0], r);
-      acc[q][1] = W::mul(acc[q][1], r);
+      lo[q] = W::mul(lo[q], r);
+      hi[q] = W::mul(hi[q], r);
     }
-    W::store(x + (j + q) * ldx, acc[q][0]);
-    W::store(x + (j + q) * ldx + L, acc[q][1]);
+    W::store(x + (j + q) * ldx, lo[q]);
+    W::store(x + (j + q) * ldx + L, hi[q]);
+#pragma GCC unroll 4
     for (int p = q + 1; p < NR; ++p) {
       const V c = W::bcast(m.at(j + q, j + p));
-      acc[p][0] = W::nmadd(acc[q][0], c, acc[p][0]);
-      acc[p][1] = W::nmadd(acc[q][1], c, acc[p][1]);
+      lo[p] = W::nmadd(lo[q], c, lo[p]);
+      hi[p] = W::nmadd(hi[q], c, hi[p]);
     }
   }
 }
@@ -106,20 +111,67 @@ void strip(T* x, i64 ldx, i64 n, const Coef<T>& m) {
   }
 }
 
+// 4 x 4 transposes: four columns of `from` (ld apart, four elements each)
+// become four columns of `to` (tld apart).
+inline void transpose4(const double* from, i64 ld, double* to, i64 tld) {
+  const __m256d c0 = _mm256_loadu_pd(from), c1 = _mm256_loadu_pd(from + ld);
+  const __m256d c2 = _mm256_loadu_pd(from + 2 * ld), c3 = _mm256_loadu_pd(from + 3 * ld);
+  const __m256d lo01 = _mm256_unpacklo_pd(c0, c1), hi01 = _mm256_unpackhi_pd(c0, c1);
+  const __m256d lo23 = _mm256_unpacklo_pd(c2, c3), hi23 = _mm256_unpackhi_pd(c2, c3);
+  _mm256_storeu_pd(to, _mm256_permute2f128_pd(lo01, lo23, 0x20));
+  _mm256_storeu_pd(to + tld, _mm256_permute2f128_pd(hi01, hi23, 0x20));
+  _mm256_storeu_pd(to + 2 * tld, _mm256_permute2f128_pd(lo01, lo23, 0x31));
+  _mm256_storeu_pd(to + 3 * tld, _mm256_permute2f128_pd(hi01, hi23, 0x31));
+}
+inline void transpose4(const float* from, i64 ld, float* to, i64 tld) {
+  __m128 c0 = _mm_loadu_ps(from), c1 = _mm_loadu_ps(from + ld);
+  __m128 c2 = _mm_loadu_ps(from + 2 * ld), c3 = _mm_loadu_ps(from + 3 * ld);
+  _MM_TRANSPOSE4_PS(c0, c1, c2, c3);
+  _mm_storeu_ps(to, c0);
+  _mm_storeu_ps(to + tld, c1);
+  _mm_storeu_ps(to + 2 * tld, c2);
+  _mm_storeu_ps(to + 3 * tld, c3);
+}
+
+// Copies between an n-row strip of `rows` columns of B (at b, ldb apart)
+// and its transpose in the buffer (row k of B becomes column k of the
+// buffer, kStrip apart): by 4 x 4 blocks, the edges element by element.
+template <class T, bool ToBuffer>
+void transpose_strip(i64 rows, i64 n, T* b, i64 ldb, T* buf) {
+  constexpr i64 S = kStrip<T>;
+  const i64 r4 = rows & ~i64{3}, n4 = n & ~i64{3};
+  for (i64 i = 0; i < r4; i += 4)
+    for (i64 k = 0; k < n4; k += 4) {
+      if constexpr (ToBuffer) {
+        transpose4(b + k + i * ldb, ldb, buf + k * S + i, S);
+      } else {
+        transpose4(buf + k * S + i, S, b + k + i * ldb, ldb);
+      }
+    }
+  for (i64 i = 0; i < rows; ++i) {
+    T* col = b + i * ldb;
+    for (i64 k = (i < r4 ? n4 : 0); k < n; ++k) {
+      if constexpr (ToBuffer) {
+        buf[k * S + i] = col[k];
+      } else {
+        col[k] = buf[k * S + i];
+      }
+    }
+  }
+}
+
 // A strip of `rows` (at most kStrip) rows of B at b, columns ldb apart, held
 // in a buffer of kStrip rows so that the vector loads stay inside it. With
-// `across` the strip is instead `rows` columns of B, transposed: row k of B
-// becomes column k of the buffer. Unused rows of the buffer are zero.
+// `across` the strip is instead `rows` columns of B, transposed. Unused rows
+// of the buffer are zero.
 template <class T>
-void gather(bool across, i64 rows, i64 n, const T* b, i64 ldb, T* buf) {
+void gather(bool across, i64 rows, i64 n, T* b, i64 ldb, T* buf) {
   constexpr i64 S = kStrip<T>;
-  for (i64 k = 0; k < n; ++k)
-    for (i64 i = rows; i < S; ++i) buf[k * S + i] = T(0);
+  if (rows < S)
+    for (i64 k = 0; k < n; ++k)
+      for (i64 i = rows; i < S; ++i) buf[k * S + i] = T(0);
   if (across) {
-    for (i64 i = 0; i < rows; ++i) {
-      const T* col = b + i * ldb;
-      for (i64 k = 0; k < n; ++k) buf[k * S + i] = col[k];
-    }
+    transpose_strip<T, true>(rows, n, b, ldb, buf);
   } else {
     for (i64 k = 0; k < n; ++k)
       for (i64 i = 0; i < rows; ++i) buf[k * S + i] = b[i + k * ldb];
@@ -127,13 +179,10 @@ void gather(bool across, i64 rows, i64 n, const T* b, i64 ldb, T* buf) {
 }
 
 template <class T>
-void scatter(bool across, i64 rows, i64 n, const T* buf, T* b, i64 ldb) {
+void scatter(bool across, i64 rows, i64 n, T* buf, T* b, i64 ldb) {
   constexpr i64 S = kStrip<T>;
   if (across) {
-    for (i64 i = 0; i < rows; ++i) {
-      T* col = b + i * ldb;
-      for (i64 k = 0; k < n; ++k) col[k] = buf[k * S + i];
-    }
+    transpose_strip<T, false>(rows, n, b, ldb, buf);
   } else {
     for (i64 k = 0; k < n; ++k)
       for (i64 i = 0; i < rows; ++i) b[i + k * ldb] = buf[k * S + i];
