@@ -134,8 +134,8 @@ static_assert(offsetof(DftSpec, rec) == 80);
 // first stage (radix[0], no twiddles) works on groups of radix[0]
 // neighbours; stage i combines radix[i] transforms of length m[i] into one.
 // Twiddles of stage i, w_L^(j r) with L = radix[i] * m[i], j < m[i],
-// 0 < r < radix[i], are kept per group of four j: for each r, eight reals
-// with the cosines of the four (each twice), then eight with the sines.
+// 0 < r < radix[i], are kept per group of four j: for each r, the four
+// cosines, then the four sines.
 constexpr int kMaxStages = 10;
 struct Pow2Stages {
   std::int32_t order;

@@ -62,6 +62,32 @@ QV_INLINE F4T pair(const float* c, const float* s, bool conj, F4*) {
 }
 #endif
 
+// Twiddles of lanes l0, l0+1, ... from the split table (four cosines, then
+// four sines, for each group of four j).
+QV_INLINE D1T lanes_of(const double* t, int l0, bool conj, D1*) {
+  return d1t_from(_mm_load1_pd(t + l0), _mm_load1_pd(t + 4 + l0), conj);
+}
+QV_INLINE F2T lanes_of(const float* t, int l0, bool conj, F2*) {
+  const __m128 c = _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(t + l0)));
+  const __m128 s = _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(t + 4 + l0)));
+  return f2t_from(_mm_unpacklo_ps(c, c), _mm_unpacklo_ps(s, s), conj);
+}
+#if defined(__AVX2__)
+QV_INLINE D2T lanes_of(const double* t, int l0, bool conj, D2*) {
+  const __m256d c = _mm256_permute4x64_pd(_mm256_castpd128_pd256(_mm_loadu_pd(t + l0)), 0x50);
+  __m256d s = _mm256_permute4x64_pd(_mm256_castpd128_pd256(_mm_loadu_pd(t + 4 + l0)), 0x50);
+  if (conj) s = _mm256_xor_pd(s, _mm256_set1_pd(-0.0));
+  return {c, s};
+}
+QV_INLINE F4T lanes_of(const float* t, int, bool conj, F4*) {
+  const __m256i idx = _mm256_setr_epi32(0, 0, 1, 1, 2, 2, 3, 3);
+  const __m256 c = _mm256_permutevar8x32_ps(_mm256_castps128_ps256(_mm_loadu_ps(t)), idx);
+  __m256 s = _mm256_permutevar8x32_ps(_mm256_castps128_ps256(_mm_loadu_ps(t + 4)), idx);
+  if (conj) s = _mm256_xor_ps(s, _mm256_set1_ps(-0.f));
+  return {c, s};
+}
+#endif
+
 template <int P>
 constexpr int rev_digit(int r) {
   int out = 0;
@@ -116,11 +142,12 @@ void stage_rows(const R* src, R* dst, i64 n, i64 m, const R* tw) {
     const R* sp = src + 2 * s;
     R* dp = dst + 2 * s;
     for (i64 j = 0; j < m; j += V::N) {
-      const R* tg = tw + (j >> 2) * (P - 1) * 16 + 2 * (j & 3);
+      const R* tg = tw + (j >> 2) * (P - 1) * 8;
+      const int l0 = static_cast<int>(j & 3);
       V a[P];
       a[0] = V::load(sp + 2 * j);
       sfor<1, P>([&](auto r) __attribute__((always_inline)) {
-        a[r] = cmul(V::load(sp + 2 * (j + rev_digit<P>(r) * m)), Tw<V>::dup(tg + (r - 1) * 16, tg + (r - 1) * 16 + 8, INV));
+        a[r] = cmul(V::load(sp + 2 * (j + rev_digit<P>(r) * m)), lanes_of(tg + (r - 1) * 8, l0, INV, static_cast<V*>(nullptr)));
       });
       Dft<P, INV, V>::run(a);
       sfor<0, P>([&](auto k) __attribute__((always_inline)) { a[k].store(dp + 2 * (j + k * m)); });
@@ -136,8 +163,8 @@ void stage_cols(R* buf, i64 rows, i64 m, i64 Q, const R* tw) {
   for (i64 s = 0; s < rows; s += P * m)
     for (i64 j = 0; j < m; ++j) {
       if (tw != nullptr) {
-        const R* tg = tw + (j >> 2) * (P - 1) * 16 + 2 * (j & 3);
-        for (int r = 1; r < P; ++r) t[r] = pair(tg + (r - 1) * 16, tg + (r - 1) * 16 + 8, INV, static_cast<V*>(nullptr));
+        const R* tg = tw + (j >> 2) * (P - 1) * 8 + (j & 3);
+        for (int r = 1; r < P; ++r) t[r] = pair(tg + (r - 1) * 8, tg + (r - 1) * 8 + 4, INV, static_cast<V*>(nullptr));
       }
       R* base = buf + 2 * (s + j) * Q;
       for (i64 q = 0; q < Q; q += V::N) {
@@ -164,6 +191,121 @@ QV_INLINE void run_rows(int P, const R* src, R* dst, i64 n, i64 m, const void* t
   else stage_rows<4, INV>(src, dst, n, m, static_cast<const R*>(tw));
 }
 
+#if defined(__AVX2__)
+// ---- double precision in split blocks ---------------------------------------------
+// Between the first and the last stage the data sit in blocks of four
+// elements, four real parts then four imaginary parts, at the offset the
+// four would have interleaved. Twiddle products then need no shuffles, and
+// a product by -i is an exchange of registers.
+QV_INLINE SD4 gather_split(const double* p, const i64* off) {
+  const __m256d a = _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(p + 2 * off[0])), _mm_loadu_pd(p + 2 * off[2]), 1);
+  const __m256d b = _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(p + 2 * off[1])), _mm_loadu_pd(p + 2 * off[3]), 1);
+  return {_mm256_unpacklo_pd(a, b), _mm256_unpackhi_pd(a, b)};
+}
+// Columns of the 4 x 4 matrix with rows r0..r3.
+QV_INLINE void transpose4(__m256d r0, __m256d r1, __m256d r2, __m256d r3, __m256d* c) {
+  const __m256d t0 = _mm256_unpacklo_pd(r0, r1), t1 = _mm256_unpackhi_pd(r0, r1);
+  const __m256d t2 = _mm256_unpacklo_pd(r2, r3), t3 = _mm256_unpackhi_pd(r2, r3);
+  c[0] = _mm256_permute2f128_pd(t0, t2, 0x20);
+  c[1] = _mm256_permute2f128_pd(t1, t3, 0x20);
+  c[2] = _mm256_permute2f128_pd(t0, t2, 0x31);
+  c[3] = _mm256_permute2f128_pd(t1, t3, 0x31);
+}
+QV_INLINE void store_split_interleaved(const SD4& x, double* p) {
+  const __m256d u0 = _mm256_unpacklo_pd(x.re, x.im), u1 = _mm256_unpackhi_pd(x.re, x.im);
+  _mm256_storeu_pd(p, _mm256_permute2f128_pd(u0, u1, 0x20));
+  _mm256_storeu_pd(p + 4, _mm256_permute2f128_pd(u0, u1, 0x31));
+}
+
+template <int P, bool INV>
+void first_split(const double* src, double* dst, i64 b0, i64 b1, const std::int32_t* first, i64 rstep) {
+  for (i64 b = b0; b < b1; b += 4) {
+    i64 off[4];
+    for (int l = 0; l < 4; ++l) off[l] = first != nullptr ? first[b + l] : P * (b + l);
+    SD4 a[P];
+    sfor<0, P>([&](auto r) __attribute__((always_inline)) {
+      a[r] = gather_split(src + 2 * (first != nullptr ? rstep * r : i64{rev_digit<P>(r)}), off);
+    });
+    Dft<P, INV, SD4>::run(a);
+    double* d = dst + 2 * (P * b);
+    sfor<0, P / 4>([&](auto h) __attribute__((always_inline)) {
+      __m256d cr[4], ci[4];
+      transpose4(a[4 * h].re, a[4 * h + 1].re, a[4 * h + 2].re, a[4 * h + 3].re, cr);
+      transpose4(a[4 * h].im, a[4 * h + 1].im, a[4 * h + 2].im, a[4 * h + 3].im, ci);
+      for (int l = 0; l < 4; ++l) {
+        _mm256_storeu_pd(d + 2 * (P * l + 4 * h), cr[l]);
+        _mm256_storeu_pd(d + 2 * (P * l + 4 * h) + 4, ci[l]);
+      }
+    });
+  }
+}
+
+// The first stage over all G groups at once, reading the caller's data
+// through the bit-reversal table. For b < G/4 the groups b + l G/4 read
+// four neighbours (bit reversal puts them at first[b] + 0, 2, 1, 3), so two
+// loads and two unpacks give the four lanes.
+template <int P, bool INV>
+void first_split_all(const double* src, double* dst, i64 G, const std::int32_t* first, i64 rstep) {
+  const i64 q = G / 4;
+  for (i64 b = 0; b < q; ++b) {
+    const double* x = src + 2 * i64{first[b]};
+    SD4 a[P];
+    sfor<0, P>([&](auto r) __attribute__((always_inline)) {
+      const __m256d lo = _mm256_loadu_pd(x + 2 * rstep * r), hi = _mm256_loadu_pd(x + 2 * rstep * r + 4);
+      a[r] = SD4{_mm256_unpacklo_pd(lo, hi), _mm256_unpackhi_pd(lo, hi)};
+    });
+    Dft<P, INV, SD4>::run(a);
+    sfor<0, P / 4>([&](auto h) __attribute__((always_inline)) {
+      __m256d cr[4], ci[4];
+      transpose4(a[4 * h].re, a[4 * h + 1].re, a[4 * h + 2].re, a[4 * h + 3].re, cr);
+      transpose4(a[4 * h].im, a[4 * h + 1].im, a[4 * h + 2].im, a[4 * h + 3].im, ci);
+      for (int l = 0; l < 4; ++l) {
+        double* d = dst + 2 * (P * (b + l * q) + 4 * h);
+        _mm256_storeu_pd(d, cr[l]);
+        _mm256_storeu_pd(d + 4, ci[l]);
+      }
+    });
+  }
+}
+
+// OUT_IL: the last stage, which writes interleaved data.
+template <int P, bool INV, bool OUT_IL>
+void stage_split(const double* src, double* dst, i64 n, i64 m, const double* tw) {
+  for (i64 s = 0; s < n; s += P * m) {
+    const double* sp = src + 2 * s;
+    double* dp = dst + 2 * s;
+    const double* tg = tw;
+    for (i64 j = 0; j < m; j += 4, tg += (P - 1) * 8) {
+      SD4 a[P];
+      a[0] = SD4::load(sp + 2 * j);
+      sfor<1, P>([&](auto r) __attribute__((always_inline)) {
+        const double* t = tg + (r - 1) * 8;
+        __m256d im = _mm256_loadu_pd(t + 4);
+        if constexpr (INV) im = _mm256_xor_pd(im, _mm256_set1_pd(-0.0));
+        a[r] = cmul(SD4::load(sp + 2 * (j + rev_digit<P>(r) * m)), D2T{_mm256_loadu_pd(t), im});
+      });
+      Dft<P, INV, SD4>::run(a);
+      sfor<0, P>([&](auto k) __attribute__((always_inline)) {
+        if constexpr (OUT_IL) store_split_interleaved(a[k], dp + 2 * (j + k * m));
+        else a[k].store(dp + 2 * (j + k * m));
+      });
+    }
+  }
+}
+
+QV_INLINE void split_first(int P, const double* src, double* dst, i64 b0, i64 b1, const std::int32_t* first, i64 rstep,
+                           bool inv) {
+  if (P == 8) inv ? first_split<8, true>(src, dst, b0, b1, first, rstep) : first_split<8, false>(src, dst, b0, b1, first, rstep);
+  else inv ? first_split<4, true>(src, dst, b0, b1, first, rstep) : first_split<4, false>(src, dst, b0, b1, first, rstep);
+}
+template <bool INV>
+QV_INLINE void split_rows(int P, bool last, const double* src, double* dst, i64 n, i64 m, const void* tw) {
+  const double* t = static_cast<const double*>(tw);
+  if (P == 8) last ? stage_split<8, INV, true>(src, dst, n, m, t) : stage_split<8, INV, false>(src, dst, n, m, t);
+  else last ? stage_split<4, INV, true>(src, dst, n, m, t) : stage_split<4, INV, false>(src, dst, n, m, t);
+}
+#endif
+
 // ---- a whole transform of order up to 16 ----------------------------------------
 // With pl.first set the first stage reads `src` in bit-reversed order;
 // otherwise src is T and already in bit-reversed order. Stages run in T,
@@ -174,6 +316,22 @@ void run_stages(const Pow2Stages& pl, const R* src, R* T, R* dst) {
   const int P0 = pl.radix[0], last = pl.count - 1;
   const i64 rstep = n / P0;
   const i64 bl = pl.block_len;
+#if defined(__AVX2__)
+  if constexpr (sizeof(R) == 8) {
+    if (pl.first != nullptr && bl == n) {
+      if (P0 == 8) first_split_all<8, INV>(src, T, n / 8, pl.first, rstep);
+      else first_split_all<4, INV>(src, T, n / 4, pl.first, rstep);
+    }
+    for (i64 o = 0; o < n; o += bl) {
+      if (pl.first == nullptr || bl != n) split_first(P0, src, T, o / P0, (o + bl) / P0, pl.first, rstep, INV);
+      for (int i = 1; i < pl.block; ++i)
+        split_rows<INV>(pl.radix[i], i == last, T + 2 * o, (i == last ? dst : T) + 2 * o, bl, pl.m[i], pl.tw[i]);
+    }
+    for (int i = pl.block; i < pl.count; ++i)
+      split_rows<INV>(pl.radix[i], i == last, T, i == last ? dst : T, n, pl.m[i], pl.tw[i]);
+    return;
+  }
+#endif
   for (i64 o = 0; o < n; o += bl) {
     run_first<INV>(P0, src, T, o / P0, (o + bl) / P0, pl.first, rstep);
     for (int i = 1; i < pl.block; ++i)
