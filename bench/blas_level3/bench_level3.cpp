@@ -1,10 +1,22 @@
 // Level 3 beside GEMM against OpenBLAS, side by side in one run: dtrsm in
-// its four left/right x lower/upper cases, dtrmm, dsyrk, dsymm and zherk,
-// square problems from 256 to 4000, on one thread and on two.
+// its four left/right x lower/upper cases (without and with transposition),
+// dtrmm, dsyrk, dsymm and zherk, square problems from 256 to 4000, on one
+// thread and on two. A dgemm line at each size gives our own GEMM rate, and
+// every other line says what fraction of it the routine reaches (GEMM does
+// most of their arithmetic).
 //
-//   bench_blas_level3 [quick] [routine...]   quick: sizes up to 1000 only
+//   bench_blas_level3 [quick] [cputime] [1t|2t] [n=<size>] [routine...]
+//     quick:   sizes up to 1000 only
+//     cputime: time the one-thread runs by the calling thread's CPU time
+//              (both libraries compute on that thread), steadier on a
+//              shared machine
+//     1t, 2t:  only that thread count
+//     n=:      only that size (may repeat)
+//     routine: dgemm dtrsm dtrsmt dtrmm dsyrk dsymm zherk (default: all)
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -22,6 +34,8 @@ void cblas_dsyrk(CBLAS_LAYOUT, CBLAS_UPLO, CBLAS_TRANSPOSE, int, int, double, co
 void cblas_dsymm(CBLAS_LAYOUT, CBLAS_SIDE, CBLAS_UPLO, int, int, double, const double*, int, const double*, int,
                  double, double*, int);
 void cblas_zherk(CBLAS_LAYOUT, CBLAS_UPLO, CBLAS_TRANSPOSE, int, int, double, const void*, int, double, void*, int);
+void cblas_dgemm(CBLAS_LAYOUT, CBLAS_TRANSPOSE, CBLAS_TRANSPOSE, int, int, int, double, const double*, int,
+                 const double*, int, double, double*, int);
 }
 
 namespace {
@@ -33,6 +47,16 @@ using Syrk = void(CBLAS_LAYOUT, CBLAS_UPLO, CBLAS_TRANSPOSE, int, int, double, c
 using Symm = void(CBLAS_LAYOUT, CBLAS_SIDE, CBLAS_UPLO, int, int, double, const double*, int, const double*, int,
                   double, double*, int);
 using Herk = void(CBLAS_LAYOUT, CBLAS_UPLO, CBLAS_TRANSPOSE, int, int, double, const void*, int, double, void*, int);
+using Gemm = void(CBLAS_LAYOUT, CBLAS_TRANSPOSE, CBLAS_TRANSPOSE, int, int, int, double, const double*, int,
+                  const double*, int, double, double*, int);
+
+bool cputime = false;
+
+double thread_seconds() {
+  timespec t;
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+  return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
+}
 
 std::vector<double> random_vec(std::size_t n, unsigned seed) {
   std::vector<double> v(n);
@@ -59,16 +83,30 @@ double timed(Reset&& reset, Call&& call, double work) {
   const double budget = 0.3;
   double best = 1e300, total = 0;
   const int min_reps = work > 2e10 ? 1 : 3;
+  const bool cpu = cputime && qor_get_max_threads() == 1;
   for (int r = 0; r < min_reps || total < budget; ++r) {
     reset();
-    const double t0 = qor::bench::now();
+    const double t0 = cpu ? thread_seconds() : qor::bench::now();
     call();
-    const double t = qor::bench::now() - t0;
+    const double t = (cpu ? thread_seconds() : qor::bench::now()) - t0;
     total += t;
     if (t < best) best = t;
     if (r > 200) break;
   }
   return best;
+}
+
+// Our dgemm rate at the current size (GFLOP/s), 0 before it is measured.
+double gemm_rate = 0;
+
+// The result line, with the fraction of our own dgemm rate.
+void report(const std::string& what, const std::string& size, double ours, double gflop, const std::string& peer,
+            double theirs) {
+  std::printf("%-22s %-6s qor %7.2f GF/s", what.c_str(), size.c_str(), gflop / ours);
+  if (theirs > 0) std::printf(" | %s %7.2f ratio %5.2fx", peer.c_str(), gflop / theirs, theirs / ours);
+  if (gemm_rate > 0) std::printf(" | %3.0f%% of qor dgemm", 100.0 * gflop / ours / gemm_rate);
+  std::printf("\n");
+  std::fflush(stdout);
 }
 
 bool wanted(const std::vector<std::string>& only, const char* name) {
@@ -88,7 +126,9 @@ void run(int threads, const std::vector<int>& sizes, const std::vector<std::stri
   auto* ob_syrk = ob.fn<Syrk>("cblas_dsyrk");
   auto* ob_symm = ob.fn<Symm>("cblas_dsymm");
   auto* ob_herk = ob.fn<Herk>("cblas_zherk");
+  auto* ob_gemm = ob.fn<Gemm>("cblas_dgemm");
   for (int n : sizes) {
+    gemm_rate = 0;
     const std::size_t nn = static_cast<std::size_t>(n) * n;
     const std::vector<double> a = triangle(n), b0 = random_vec(nn, 3), c0 = random_vec(nn, 5);
     std::vector<double> b(nn), c(nn);
@@ -96,7 +136,21 @@ void run(int threads, const std::vector<int>& sizes, const std::vector<std::stri
     const double tri_work = static_cast<double>(n) * n * n;  // flops of a triangular solve or product
     auto reset_b = [&] { std::memcpy(b.data(), b0.data(), nn * sizeof(double)); };
     auto reset_c = [&] { std::memcpy(c.data(), c0.data(), nn * sizeof(double)); };
-    if (wanted(only, "dtrsm")) {
+    if (wanted(only, "dgemm")) {
+      // C = C - B A: the product a solve of the same size is mostly made of.
+      const double work = 2.0 * tri_work;
+      double ours = timed(reset_c, [&] {
+        cblas_dgemm(CblasColMajor, CblasNoTrans, CblasNoTrans, n, n, n, -1.0, b0.data(), n, a.data(), n, 1.0,
+                    c.data(), n);
+      }, work);
+      double peer = ob_gemm ? timed(reset_c, [&] {
+        ob_gemm(CblasColMajor, CblasNoTrans, CblasNoTrans, n, n, n, -1.0, b0.data(), n, a.data(), n, 1.0, c.data(), n);
+      }, work) : 0;
+      report("dgemm NN" + tag, size, ours, work * 1e-9, ob.label(), peer);
+      gemm_rate = work * 1e-9 / ours;
+    }
+    for (CBLAS_TRANSPOSE trans : {CblasNoTrans, CblasTrans}) {
+      if (!wanted(only, trans == CblasNoTrans ? "dtrsm" : "dtrsmt")) continue;
       const struct {
         CBLAS_SIDE side;
         CBLAS_UPLO uplo;
@@ -107,12 +161,12 @@ void run(int threads, const std::vector<int>& sizes, const std::vector<std::stri
                    {CblasRight, CblasUpper, "dtrsm RU"}};
       for (auto& cs : cases) {
         double ours = timed(reset_b, [&] {
-          cblas_dtrsm(CblasColMajor, cs.side, cs.uplo, CblasNoTrans, CblasNonUnit, n, n, 1.0, a.data(), n, b.data(), n);
+          cblas_dtrsm(CblasColMajor, cs.side, cs.uplo, trans, CblasNonUnit, n, n, 1.0, a.data(), n, b.data(), n);
         }, tri_work);
         double peer = ob_trsm ? timed(reset_b, [&] {
-          ob_trsm(CblasColMajor, cs.side, cs.uplo, CblasNoTrans, CblasNonUnit, n, n, 1.0, a.data(), n, b.data(), n);
+          ob_trsm(CblasColMajor, cs.side, cs.uplo, trans, CblasNonUnit, n, n, 1.0, a.data(), n, b.data(), n);
         }, tri_work) : 0;
-        qor::bench::report(cs.name + tag, size, ours, "GF/s", tri_work * 1e-9, ob.label(), peer);
+        report(std::string(cs.name) + (trans == CblasNoTrans ? "N" : "T") + tag, size, ours, tri_work * 1e-9, ob.label(), peer);
       }
     }
     if (wanted(only, "dtrmm")) {
@@ -122,7 +176,7 @@ void run(int threads, const std::vector<int>& sizes, const std::vector<std::stri
       double peer = ob_trmm ? timed(reset_b, [&] {
         ob_trmm(CblasColMajor, CblasLeft, CblasLower, CblasNoTrans, CblasNonUnit, n, n, 1.0, a.data(), n, b.data(), n);
       }, tri_work) : 0;
-      qor::bench::report("dtrmm LLN" + tag, size, ours, "GF/s", tri_work * 1e-9, ob.label(), peer);
+      report("dtrmm LLN" + tag, size, ours, tri_work * 1e-9, ob.label(), peer);
     }
     if (wanted(only, "dsyrk")) {
       double ours = timed(reset_c, [&] {
@@ -131,7 +185,7 @@ void run(int threads, const std::vector<int>& sizes, const std::vector<std::stri
       double peer = ob_syrk ? timed(reset_c, [&] {
         ob_syrk(CblasColMajor, CblasLower, CblasNoTrans, n, n, 1.0, b0.data(), n, 0.5, c.data(), n);
       }, tri_work) : 0;
-      qor::bench::report("dsyrk LN" + tag, size, ours, "GF/s", tri_work * 1e-9, ob.label(), peer);
+      report("dsyrk LN" + tag, size, ours, tri_work * 1e-9, ob.label(), peer);
     }
     if (wanted(only, "dsymm")) {
       const double work = 2.0 * tri_work;
@@ -141,7 +195,7 @@ void run(int threads, const std::vector<int>& sizes, const std::vector<std::stri
       double peer = ob_symm ? timed(reset_c, [&] {
         ob_symm(CblasColMajor, CblasLeft, CblasLower, n, n, 1.0, a.data(), n, b0.data(), n, 0.5, c.data(), n);
       }, work) : 0;
-      qor::bench::report("dsymm LL" + tag, size, ours, "GF/s", work * 1e-9, ob.label(), peer);
+      report("dsymm LL" + tag, size, ours, work * 1e-9, ob.label(), peer);
     }
     if (wanted(only, "zherk")) {
       // Complex n x n from the real arrays: n / 2 rows of pairs would be too
@@ -156,7 +210,7 @@ void run(int threads, const std::vector<int>& sizes, const std::vector<std::stri
       double peer = ob_herk ? timed(reset_z, [&] {
         ob_herk(CblasColMajor, CblasLower, CblasNoTrans, n, n, 1.0, za.data(), n, 0.5, zc.data(), n);
       }, work) : 0;
-      qor::bench::report("zherk LN" + tag, size, ours, "GF/s", work * 1e-9, ob.label(), peer);
+      report("zherk LN" + tag, size, ours, work * 1e-9, ob.label(), peer);
     }
   }
 }
@@ -166,15 +220,24 @@ void run(int threads, const std::vector<int>& sizes, const std::vector<std::stri
 int main(int argc, char** argv) {
   bool quick = false;
   std::vector<std::string> only;
+  std::vector<int> sizes, team = {1, 2};
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "quick") == 0) {
       quick = true;
+    } else if (std::strcmp(argv[i], "cputime") == 0) {
+      cputime = true;
+    } else if (std::strcmp(argv[i], "1t") == 0 || std::strcmp(argv[i], "2t") == 0) {
+      team = {argv[i][0] - '0'};
+    } else if (std::strncmp(argv[i], "n=", 2) == 0 && std::atoi(argv[i] + 2) > 0) {
+      sizes.push_back(std::atoi(argv[i] + 2));
     } else {
       only.emplace_back(argv[i]);
     }
   }
-  std::vector<int> sizes = quick ? std::vector<int>{256, 500, 1000} : std::vector<int>{256, 500, 1000, 2000, 4000};
-  std::printf("Level 3 against OpenBLAS: ratio = OpenBLAS time / qor time (above 1: qor faster)\n");
-  for (int threads : {1, 2}) run(threads, sizes, only);
+  if (sizes.empty())
+    sizes = quick ? std::vector<int>{256, 500, 1000} : std::vector<int>{256, 500, 1000, 2000, 4000};
+  std::printf("Level 3 against OpenBLAS: ratio = OpenBLAS time / qor time (above 1: qor faster)%s\n",
+              cputime ? "; one thread timed by CPU time" : "");
+  for (int threads : team) run(threads, sizes, only);
   return 0;
 }
