@@ -23,7 +23,7 @@ inline constexpr int kVecBytes = 16;
 // Software prefetch distance for the streams through A, in bytes: far
 // enough ahead to cover memory latency for the few column streams a kernel
 // walks at once.
-inline constexpr int kPrefetchBytes = 1024;
+inline constexpr int kPrefetchBytes = 2048;
 
 template <class P>
 inline void prefetch_read(const P* p) {

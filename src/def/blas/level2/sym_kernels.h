@@ -153,6 +153,9 @@ inline void sym_group(i64 n, i64 j, T alpha, Lay lay, const T* x, T* y) {
 template <class T, bool Herm, bool Lower, class Lay>
 void symv_kernel(i64 n, i64 k, T alpha, Lay lay, const T* x, T* y) {
   i64 j = k < 0 ? 0 : k;
+  if constexpr (!is_complex_v<T>) {
+    for (; j + 6 <= n; j += 6) sym_group<T, 6, Herm, Lower>(n, j, alpha, lay, x, y);
+  }
   for (; j + 4 <= n; j += 4) sym_group<T, 4, Herm, Lower>(n, j, alpha, lay, x, y);
   if (n - j >= 2) {
     sym_group<T, 2, Herm, Lower>(n, j, alpha, lay, x, y);
