@@ -135,7 +135,12 @@ static_assert(offsetof(DftSpec, rec) == 80);
 // neighbours; stage i combines radix[i] transforms of length m[i] into one.
 // Twiddles of stage i, w_L^(j r) with L = radix[i] * m[i], j < m[i],
 // 0 < r < radix[i], are kept per group of four j: for each r, the four
-// cosines, then the four sines.
+// cosines, then the four sines; in single precision each value twice
+// (c0 c0 c1 c1 ..., then s0 s0 ...), which loads straight into the
+// interleaved vectors.
+template <class R> constexpr int tw_group() { return sizeof(R) == 8 ? 8 : 16; }
+template <class R> constexpr int tw_cos(int l) { return sizeof(R) == 8 ? l : 2 * l; }
+template <class R> constexpr int tw_sin(int l) { return sizeof(R) == 8 ? 4 + l : 8 + 2 * l; }
 constexpr int kMaxStages = 10;
 struct Pow2Stages {
   std::int32_t order;

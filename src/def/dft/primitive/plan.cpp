@@ -243,16 +243,21 @@ void build_stages(int e, Region& sr, const double* base, int base_order, bool fi
     const i64 L = P * m;
     void* tw = nullptr;
     if (i > 0) {
-      tw = sr.take((m / 4) * (P - 1) * 8 * i64{sizeof(R)});
+      tw = sr.take((m / 4) * (P - 1) * tw_group<R>() * i64{sizeof(R)});
       if (fill) {
         R* t = static_cast<R*>(tw);
         const int shift = base_order - static_cast<int>(__builtin_ctzll(static_cast<unsigned long long>(L)));
         for (i64 j = 0; j < m; ++j)
           for (int r = 1; r < P; ++r) {
-            const i64 at = ((j >> 2) * (P - 1) + (r - 1)) * 8 + (j & 3);
+            R* g = t + ((j >> 2) * (P - 1) + (r - 1)) * tw_group<R>();
+            const int l = static_cast<int>(j & 3);
             const double* w = base + 2 * ((j * r) << shift);
-            t[at] = static_cast<R>(w[0]);
-            t[at + 4] = static_cast<R>(w[1]);
+            g[tw_cos<R>(l)] = static_cast<R>(w[0]);
+            g[tw_sin<R>(l)] = static_cast<R>(w[1]);
+            if (sizeof(R) == 4) {
+              g[tw_cos<R>(l) + 1] = static_cast<R>(w[0]);
+              g[tw_sin<R>(l) + 1] = static_cast<R>(w[1]);
+            }
           }
       }
     }

@@ -68,9 +68,7 @@ QV_INLINE D1T lanes_of(const double* t, int l0, bool conj, D1*) {
   return d1t_from(_mm_load1_pd(t + l0), _mm_load1_pd(t + 4 + l0), conj);
 }
 QV_INLINE F2T lanes_of(const float* t, int l0, bool conj, F2*) {
-  const __m128 c = _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(t + l0)));
-  const __m128 s = _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(t + 4 + l0)));
-  return f2t_from(_mm_unpacklo_ps(c, c), _mm_unpacklo_ps(s, s), conj);
+  return f2t_from(_mm_loadu_ps(t + 2 * l0), _mm_loadu_ps(t + 8 + 2 * l0), conj);
 }
 #if defined(__AVX2__)
 QV_INLINE D2T lanes_of(const double* t, int l0, bool conj, D2*) {
@@ -80,11 +78,9 @@ QV_INLINE D2T lanes_of(const double* t, int l0, bool conj, D2*) {
   return {c, s};
 }
 QV_INLINE F4T lanes_of(const float* t, int, bool conj, F4*) {
-  const __m256i idx = _mm256_setr_epi32(0, 0, 1, 1, 2, 2, 3, 3);
-  const __m256 c = _mm256_permutevar8x32_ps(_mm256_castps128_ps256(_mm_loadu_ps(t)), idx);
-  __m256 s = _mm256_permutevar8x32_ps(_mm256_castps128_ps256(_mm_loadu_ps(t + 4)), idx);
+  __m256 s = _mm256_loadu_ps(t + 8);
   if (conj) s = _mm256_xor_ps(s, _mm256_set1_ps(-0.f));
-  return {c, s};
+  return {_mm256_loadu_ps(t), s};
 }
 #endif
 
@@ -142,12 +138,12 @@ void stage_rows(const R* src, R* dst, i64 n, i64 m, const R* tw) {
     const R* sp = src + 2 * s;
     R* dp = dst + 2 * s;
     for (i64 j = 0; j < m; j += V::N) {
-      const R* tg = tw + (j >> 2) * (P - 1) * 8;
+      const R* tg = tw + (j >> 2) * (P - 1) * ::qor::dft::tw_group<R>();
       const int l0 = static_cast<int>(j & 3);
       V a[P];
       a[0] = V::load(sp + 2 * j);
       sfor<1, P>([&](auto r) __attribute__((always_inline)) {
-        a[r] = cmul(V::load(sp + 2 * (j + rev_digit<P>(r) * m)), lanes_of(tg + (r - 1) * 8, l0, INV, static_cast<V*>(nullptr)));
+        a[r] = cmul(V::load(sp + 2 * (j + rev_digit<P>(r) * m)), lanes_of(tg + (r - 1) * ::qor::dft::tw_group<R>(), l0, INV, static_cast<V*>(nullptr)));
       });
       Dft<P, INV, V>::run(a);
       sfor<0, P>([&](auto k) __attribute__((always_inline)) { a[k].store(dp + 2 * (j + k * m)); });
@@ -163,8 +159,12 @@ void stage_cols(R* buf, i64 rows, i64 m, i64 Q, const R* tw) {
   for (i64 s = 0; s < rows; s += P * m)
     for (i64 j = 0; j < m; ++j) {
       if (tw != nullptr) {
-        const R* tg = tw + (j >> 2) * (P - 1) * 8 + (j & 3);
-        for (int r = 1; r < P; ++r) t[r] = pair(tg + (r - 1) * 8, tg + (r - 1) * 8 + 4, INV, static_cast<V*>(nullptr));
+        const int l = static_cast<int>(j & 3);
+        const R* tg = tw + (j >> 2) * (P - 1) * ::qor::dft::tw_group<R>();
+        for (int r = 1; r < P; ++r) {
+          const R* g = tg + (r - 1) * ::qor::dft::tw_group<R>();
+          t[r] = pair(g + ::qor::dft::tw_cos<R>(l), g + ::qor::dft::tw_sin<R>(l), INV, static_cast<V*>(nullptr));
+        }
       }
       R* base = buf + 2 * (s + j) * Q;
       for (i64 q = 0; q < Q; q += V::N) {
