@@ -116,15 +116,8 @@ void sweep(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb, i64 t
 
 // True when the vector body solved the leaf.
 template <class T>
-inline bool vector_leaf(const Tri& t, bool lower, bool trans, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
-  if constexpr (std::is_same_v<T, double> || std::is_same_v<T, float>) {
-    if (qor_serv_cpuiszen() == 0 && qor_serv_cpuisbulldozer() == 0) return false;
-    return ::qor::trsm_simd::solve({t.left, lower, trans, t.unit}, m, n, a, lda, b, ldb);
-  } else {
-    (void)t, (void)lower, (void)trans, (void)m, (void)n, (void)a, (void)lda, (void)b, (void)ldb;
-    return false;
-  }
-}
+bool vector_leaf(const Tri& t, bool lower, bool trans, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb);
+
 // The diagonal element i of op(A).
 template <class T>
 inline T op_diag(const Tri& t, const T* a, i64 lda, i64 i) {
@@ -153,6 +146,17 @@ struct Pivots {
     }
   }
 };
+
+template <class T>
+bool vector_leaf(const Tri& t, bool lower, bool trans, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
+  const i64 tri = t.left ? m : n;
+  if (tri > ::qor::trsm_simd::kMaxTri) return false;
+  if (qor_serv_cpuiszen() == 0 && qor_serv_cpuisbulldozer() == 0) return false;
+  T r[::qor::trsm_simd::kMaxTri];
+  if (!t.unit)
+    for (i64 i = 0; i < tri; ++i) r[i] = T(1) / op_diag(t, a, lda, i);
+  return ::qor::trsm_simd::solve({t.left, lower, trans, t.conj, t.unit}, m, n, a, lda, b, ldb, r);
+}
 
 // sum over k in [0, len) of op(a[k]) * x[k], op conjugating when asked; four
 // partial sums so that the loop vectorises without reassociation flags.

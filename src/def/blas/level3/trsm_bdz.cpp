@@ -1,11 +1,14 @@
-// The vector body of the triangular-solve leaves, real types, for the
+// The vector body of the triangular-solve leaves, all types, for the
 // Bulldozer and Zen classes (AVX and FMA).
 #include <immintrin.h>
 
+#include <complex>
 #include <cstdint>
+#include <type_traits>
 
 #include "blas/level3/trsm_simd.h"
 #include "frame/isa.h"
+#include "frame/types.h"
 
 QOR_ISA_BEGIN
 namespace trsm_leaf {
@@ -25,6 +28,11 @@ struct Vec<double> {
   static V set1(double x) { return _mm256_set1_pd(x); }
   static V mul(V a, V b) { return _mm256_mul_pd(a, b); }
   static V nmadd(V a, V b, V c) { return _mm256_fnmadd_pd(a, b, c); }  // c - a * b
+  static V madd(V a, V b, V c) { return _mm256_fmadd_pd(a, b, c); }    // c + a * b
+  static V zero() { return _mm256_setzero_pd(); }
+  static V swap_pairs(V a) { return _mm256_permute_pd(a, 0x5); }   // (re, im) -> (im, re)
+  static V addsub(V a, V b) { return _mm256_addsub_pd(a, b); }     // even lanes a - b, odd a + b
+  static V sub(V a, V b) { return _mm256_sub_pd(a, b); }
 };
 
 template <>
@@ -37,11 +45,31 @@ struct Vec<float> {
   static V set1(float x) { return _mm256_set1_ps(x); }
   static V mul(V a, V b) { return _mm256_mul_ps(a, b); }
   static V nmadd(V a, V b, V c) { return _mm256_fnmadd_ps(a, b, c); }
+  static V madd(V a, V b, V c) { return _mm256_fmadd_ps(a, b, c); }
+  static V zero() { return _mm256_setzero_ps(); }
+  static V swap_pairs(V a) { return _mm256_permute_ps(a, 0xB1); }
+  static V addsub(V a, V b) { return _mm256_addsub_ps(a, b); }
+  static V sub(V a, V b) { return _mm256_sub_ps(a, b); }
 };
 
-// A strip is two vectors of rows.
 template <class T>
-inline constexpr i64 kStrip = 2 * Vec<T>::kLanes;
+struct RealOf {
+  using type = T;
+};
+template <class R>
+struct RealOf<std::complex<R>> {
+  using type = R;
+};
+template <class T>
+using Real = typename RealOf<T>::type;
+template <class T>
+inline constexpr bool kComplex = !std::is_same_v<T, Real<T>>;
+
+// A strip is two vectors of rows: kHalf elements each.
+template <class T>
+inline constexpr i64 kHalf = Vec<Real<T>>::kLanes / (kComplex<T> ? 2 : 1);
+template <class T>
+inline constexpr i64 kStrip = 2 * kHalf<T>;
 
 // The coefficient matrix M of X M = B, upper triangular in solving order:
 // M(k, j) at c + k * sk + j * sj; r[j] the reciprocal of M(j, j).
@@ -57,7 +85,7 @@ struct Coef {
 // Solves columns j .. j+NR-1 of one strip (column k of the strip at
 // x + k * ldx), the columns before j being solved already.
 template <class T, int NR>
-inline void group(T* x, i64 ldx, i64 j, const Coef<T>& m) {
+inline void group_real(T* x, i64 ldx, i64 j, const Coef<T>& m) {
   using W = Vec<T>;
   using V = typename W::V;
   constexpr int L = W::kLanes;
@@ -98,15 +126,95 @@ inline void group(T* x, i64 ldx, i64 j, const Coef<T>& m) {
   }
 }
 
-// All n columns of one strip.
-template <class T>
+// The complex form of the same step. A product x c with c broadcast is
+// kept as two sums: x re(c) subtracted from the column, and x im(c) (its
+// sign by Conj) in a second register, folded in with the parts swapped at
+// the end: (x c) = x re(c) + swap(x) im(c) (-1, +1).
+template <class T, int NR, bool Conj>
+inline void group_complex(T* x, i64 ldx, i64 j, const Coef<T>& m) {
+  using R = Real<T>;
+  using W = Vec<R>;
+  using V = typename W::V;
+  constexpr int L = W::kLanes;
+  auto re = [](const T* p) { return reinterpret_cast<const R*>(p); };
+  auto wr = [](T* p) { return reinterpret_cast<R*>(p); };
+  V lo[NR], hi[NR], lo2[NR], hi2[NR];
+#pragma GCC unroll 4
+  for (int q = 0; q < NR; ++q) {
+    lo[q] = W::load(re(x + (j + q) * ldx));
+    hi[q] = W::load(re(x + (j + q) * ldx) + L);
+    lo2[q] = W::zero();
+    hi2[q] = W::zero();
+  }
+  const T* xk = x;
+  const T* ck = m.at(0, j);
+  const i64 sj = m.sj;
+  for (i64 k = 0; k < j; ++k, xk += ldx, ck += m.sk) {
+    const V x0 = W::load(re(xk)), x1 = W::load(re(xk) + L);
+#pragma GCC unroll 4
+    for (int q = 0; q < NR; ++q) {
+      const V cr = W::bcast(re(ck + q * sj)), ci = W::bcast(re(ck + q * sj) + 1);
+      lo[q] = W::nmadd(x0, cr, lo[q]);
+      hi[q] = W::nmadd(x1, cr, hi[q]);
+      // lo2, hi2 gather -x im(c): the sign that addsub below expects.
+      if constexpr (Conj) {
+        lo2[q] = W::madd(x0, ci, lo2[q]);
+        hi2[q] = W::madd(x1, ci, hi2[q]);
+      } else {
+        lo2[q] = W::nmadd(x0, ci, lo2[q]);
+        hi2[q] = W::nmadd(x1, ci, hi2[q]);
+      }
+    }
+  }
+  // x c for a whole vector x and one coefficient c (conjugated by Conj).
+  auto times = [](V v, const T* c) {
+    const V cr = W::bcast(reinterpret_cast<const R*>(c));
+    V ci = W::bcast(reinterpret_cast<const R*>(c) + 1);
+    if constexpr (Conj) ci = W::sub(W::zero(), ci);
+    return W::addsub(W::mul(v, cr), W::mul(W::swap_pairs(v), ci));
+  };
+#pragma GCC unroll 4
+  for (int q = 0; q < NR; ++q) {
+    lo[q] = W::addsub(lo[q], W::swap_pairs(lo2[q]));
+    hi[q] = W::addsub(hi[q], W::swap_pairs(hi2[q]));
+    if (!m.unit) {
+      // The reciprocal is of op(A)'s diagonal: already conjugated.
+      const T r = m.r[j + q];
+      const V rr = W::set1(r.real()), ri = W::set1(r.imag());
+      lo[q] = W::addsub(W::mul(lo[q], rr), W::mul(W::swap_pairs(lo[q]), ri));
+      hi[q] = W::addsub(W::mul(hi[q], rr), W::mul(W::swap_pairs(hi[q]), ri));
+    }
+    W::store(wr(x + (j + q) * ldx), lo[q]);
+    W::store(wr(x + (j + q) * ldx) + L, hi[q]);
+#pragma GCC unroll 4
+    for (int p = q + 1; p < NR; ++p) {
+      const T* c = m.at(j + q, j + p);
+      lo[p] = W::sub(lo[p], times(lo[q], c));
+      hi[p] = W::sub(hi[p], times(hi[q], c));
+    }
+  }
+}
+
+template <class T, int NR, bool Conj>
+inline void group(T* x, i64 ldx, i64 j, const Coef<T>& m) {
+  if constexpr (kComplex<T>) {
+    group_complex<T, NR, Conj>(x, ldx, j, m);
+  } else {
+    group_real<T, NR>(x, ldx, j, m);
+  }
+}
+
+// All n columns of one strip: four at a time for the real types, two for
+// the complex ones (twice the registers per column).
+template <class T, bool Conj>
 void strip(T* x, i64 ldx, i64 n, const Coef<T>& m) {
+  constexpr int G = kComplex<T> ? 2 : 4;
   i64 j = 0;
-  for (; j + 4 <= n; j += 4) group<T, 4>(x, ldx, j, m);
+  for (; j + G <= n; j += G) group<T, G, Conj>(x, ldx, j, m);
   switch (n - j) {
-    case 3: group<T, 3>(x, ldx, j, m); break;
-    case 2: group<T, 2>(x, ldx, j, m); break;
-    case 1: group<T, 1>(x, ldx, j, m); break;
+    case 3: group<T, 3, Conj>(x, ldx, j, m); break;
+    case 2: group<T, 2, Conj>(x, ldx, j, m); break;
+    case 1: group<T, 1, Conj>(x, ldx, j, m); break;
     default: break;
   }
 }
@@ -139,10 +247,13 @@ inline void transpose4(const float* from, i64 ld, float* to, i64 tld) {
 template <class T, bool ToBuffer>
 void transpose_strip(i64 rows, i64 n, T* b, i64 ldb, T* buf) {
   constexpr i64 S = kStrip<T>;
-  const i64 r4 = rows & ~i64{3}, n4 = n & ~i64{3};
+  // The complex types go element by element.
+  const i64 r4 = kComplex<T> ? 0 : rows & ~i64{3}, n4 = kComplex<T> ? 0 : n & ~i64{3};
   for (i64 i = 0; i < r4; i += 4)
     for (i64 k = 0; k < n4; k += 4) {
-      if constexpr (ToBuffer) {
+      if constexpr (kComplex<T>) {
+        // not reached: r4 is 0
+      } else if constexpr (ToBuffer) {
         transpose4(b + k + i * ldb, ldb, buf + k * S + i, S);
       } else {
         transpose4(buf + k * S + i, S, b + k + i * ldb, ldb);
@@ -190,32 +301,34 @@ void scatter(bool across, i64 rows, i64 n, T* buf, T* b, i64 ldb) {
 }
 
 template <class T>
-bool solve(const trsm_simd::Leaf& f, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
+bool solve(const trsm_simd::Leaf& f, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb, const T* recip) {
   constexpr i64 S = kStrip<T>;
   const i64 tri = f.left ? m : n, rhs = f.left ? n : m;
   if (tri > trsm_simd::kMaxTri) return false;
   if (tri <= 0 || rhs <= 0) return true;
   // M = op(A) on the right and op(A)^T on the left: M(k, j) = A(j, k) when
-  // exactly one of the two transposes.
+  // exactly one of the two transposes (conjugated for op(A) = A^H).
   const bool te = f.trans != f.left;
   i64 sk = te ? lda : 1, sj = te ? 1 : lda;
   const bool forward = f.lower == te;  // M upper as stored
   const T* c = a;
+  T r[trsm_simd::kMaxTri];
+  if (!f.unit)
+    for (i64 j = 0; j < tri; ++j) r[j] = recip[forward ? j : tri - 1 - j];
   if (!forward) {
     c = a + (tri - 1) * (1 + lda);
     sk = -sk;
     sj = -sj;
   }
-  T recip[trsm_simd::kMaxTri];
-  if (!f.unit)
-    for (i64 j = 0; j < tri; ++j) recip[j] = T(1) / c[j * (sk + sj)];
-  const Coef<T> coef{c, sk, sj, recip, f.unit};
+  const Coef<T> coef{c, sk, sj, r, f.unit};
   // Column k of a strip in solving order, from its first column and stride.
   auto run = [&](T* first, i64 ld) {
-    if (forward) {
-      strip<T>(first, ld, tri, coef);
+    T* x = forward ? first : first + (tri - 1) * ld;
+    const i64 ldx = forward ? ld : -ld;
+    if (f.conj) {
+      strip<T, true>(x, ldx, tri, coef);
     } else {
-      strip<T>(first + (tri - 1) * ld, -ld, tri, coef);
+      strip<T, false>(x, ldx, tri, coef);
     }
   };
   alignas(64) T buf[S * trsm_simd::kMaxTri];
@@ -238,14 +351,12 @@ QOR_ISA_END
 
 namespace qor::trsm_simd {
 
-bool solve(const Leaf& f, std::int64_t m, std::int64_t n, const double* a, std::int64_t lda, double* b,
-           std::int64_t ldb) {
-  return qor::QOR_ISA_NAME::trsm_leaf::solve<double>(f, m, n, a, lda, b, ldb);
-}
-
-bool solve(const Leaf& f, std::int64_t m, std::int64_t n, const float* a, std::int64_t lda, float* b,
-           std::int64_t ldb) {
-  return qor::QOR_ISA_NAME::trsm_leaf::solve<float>(f, m, n, a, lda, b, ldb);
-}
+#define QOR_TRSM_SIMD_DEFINE(t, T)                                                                        \
+  bool solve(const Leaf& f, std::int64_t m, std::int64_t n, const T* a, std::int64_t lda, T* b,         \
+             std::int64_t ldb, const T* recip) {                                                        \
+    return qor::QOR_ISA_NAME::trsm_leaf::solve<T>(f, m, n, a, lda, b, ldb, recip);                      \
+  }
+QOR_FOR_EACH_TYPE(QOR_TRSM_SIMD_DEFINE)
+#undef QOR_TRSM_SIMD_DEFINE
 
 }  // namespace qor::trsm_simd

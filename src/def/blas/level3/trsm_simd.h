@@ -17,6 +17,8 @@
 #pragma once
 #include <cstdint>
 
+#include "frame/types.h"
+
 namespace qor::trsm_simd {
 
 // The letters of a leaf solve.
@@ -24,6 +26,7 @@ struct Leaf {
   bool left;
   bool lower;
   bool trans;
+  bool conj;  // op(A) = A^H (complex types)
   bool unit;
 };
 
@@ -33,11 +36,12 @@ inline constexpr std::int64_t kMaxTri = 256;
 
 // Solves the leaf and returns true, or returns false without touching B
 // when the triangle is larger than kMaxTri. The caller has checked the
-// processor path. The reciprocals are those of the scalar leaves: 1 divided
-// by the diagonal element.
-bool solve(const Leaf& f, std::int64_t m, std::int64_t n, const double* a, std::int64_t lda, double* b,
-           std::int64_t ldb);
-bool solve(const Leaf& f, std::int64_t m, std::int64_t n, const float* a, std::int64_t lda, float* b,
-           std::int64_t ldb);
+// processor path and gives the reciprocals of the diagonal of op(A), in
+// the order of the diagonal (not read for a unit diagonal).
+#define QOR_TRSM_SIMD_DECLARE(t, T)                                                                      \
+  bool solve(const Leaf& f, std::int64_t m, std::int64_t n, const T* a, std::int64_t lda, T* b,        \
+             std::int64_t ldb, const T* recip);
+QOR_FOR_EACH_TYPE(QOR_TRSM_SIMD_DECLARE)
+#undef QOR_TRSM_SIMD_DECLARE
 
 }  // namespace qor::trsm_simd
