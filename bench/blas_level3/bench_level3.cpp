@@ -1,6 +1,6 @@
 // Level 3 beside GEMM against OpenBLAS, side by side in one run: dtrsm in
 // its four left/right x lower/upper cases (without and with transposition),
-// dtrmm, dsyrk, dsymm and zherk, square problems from 256 to 4000, on one
+// strsm, ctrsm and ztrsm in two cases each, dtrmm, dsyrk, dsymm and zherk, square problems from 256 to 4000, on one
 // thread and on two. A dgemm line at each size gives our own GEMM rate, and
 // every other line says what fraction of it the routine reaches (GEMM does
 // most of their arithmetic).
@@ -12,12 +12,14 @@
 //              shared machine
 //     1t, 2t:  only that thread count
 //     n=:      only that size (may repeat)
-//     routine: dgemm dtrsm dtrsmt dtrmm dsyrk dsymm zherk (default: all)
+//     routine: dgemm dtrsm dtrsmt strsm ctrsm ztrsm dtrmm dsyrk dsymm zherk
+//              (default: all)
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "common/bench.h"
@@ -34,6 +36,12 @@ void cblas_dsyrk(CBLAS_LAYOUT, CBLAS_UPLO, CBLAS_TRANSPOSE, int, int, double, co
 void cblas_dsymm(CBLAS_LAYOUT, CBLAS_SIDE, CBLAS_UPLO, int, int, double, const double*, int, const double*, int,
                  double, double*, int);
 void cblas_zherk(CBLAS_LAYOUT, CBLAS_UPLO, CBLAS_TRANSPOSE, int, int, double, const void*, int, double, void*, int);
+void cblas_strsm(CBLAS_LAYOUT, CBLAS_SIDE, CBLAS_UPLO, CBLAS_TRANSPOSE, CBLAS_DIAG, int, int, float, const float*,
+                 int, float*, int);
+void cblas_ctrsm(CBLAS_LAYOUT, CBLAS_SIDE, CBLAS_UPLO, CBLAS_TRANSPOSE, CBLAS_DIAG, int, int, const void*,
+                 const void*, int, void*, int);
+void cblas_ztrsm(CBLAS_LAYOUT, CBLAS_SIDE, CBLAS_UPLO, CBLAS_TRANSPOSE, CBLAS_DIAG, int, int, const void*,
+                 const void*, int, void*, int);
 void cblas_dgemm(CBLAS_LAYOUT, CBLAS_TRANSPOSE, CBLAS_TRANSPOSE, int, int, int, double, const double*, int,
                  const double*, int, double, double*, int);
 }
@@ -47,6 +55,10 @@ using Syrk = void(CBLAS_LAYOUT, CBLAS_UPLO, CBLAS_TRANSPOSE, int, int, double, c
 using Symm = void(CBLAS_LAYOUT, CBLAS_SIDE, CBLAS_UPLO, int, int, double, const double*, int, const double*, int,
                   double, double*, int);
 using Herk = void(CBLAS_LAYOUT, CBLAS_UPLO, CBLAS_TRANSPOSE, int, int, double, const void*, int, double, void*, int);
+using Strsm = void(CBLAS_LAYOUT, CBLAS_SIDE, CBLAS_UPLO, CBLAS_TRANSPOSE, CBLAS_DIAG, int, int, float, const float*,
+                   int, float*, int);
+using Ztrsm = void(CBLAS_LAYOUT, CBLAS_SIDE, CBLAS_UPLO, CBLAS_TRANSPOSE, CBLAS_DIAG, int, int, const void*,
+                   const void*, int, void*, int);
 using Gemm = void(CBLAS_LAYOUT, CBLAS_TRANSPOSE, CBLAS_TRANSPOSE, int, int, int, double, const double*, int,
                   const double*, int, double, double*, int);
 
@@ -99,12 +111,13 @@ double timed(Reset&& reset, Call&& call, double work) {
 // Our dgemm rate at the current size (GFLOP/s), 0 before it is measured.
 double gemm_rate = 0;
 
-// The result line, with the fraction of our own dgemm rate.
+// The result line, with the fraction of our own dgemm rate for the
+// double-precision routines.
 void report(const std::string& what, const std::string& size, double ours, double gflop, const std::string& peer,
-            double theirs) {
+            double theirs, bool of_dgemm = true) {
   std::printf("%-22s %-6s qor %7.2f GF/s", what.c_str(), size.c_str(), gflop / ours);
   if (theirs > 0) std::printf(" | %s %7.2f ratio %5.2fx", peer.c_str(), gflop / theirs, theirs / ours);
-  if (gemm_rate > 0) std::printf(" | %3.0f%% of qor dgemm", 100.0 * gflop / ours / gemm_rate);
+  if (of_dgemm && gemm_rate > 0) std::printf(" | %3.0f%% of qor dgemm", 100.0 * gflop / ours / gemm_rate);
   std::printf("\n");
   std::fflush(stdout);
 }
@@ -169,6 +182,64 @@ void run(int threads, const std::vector<int>& sizes, const std::vector<std::stri
         report(std::string(cs.name) + (trans == CblasNoTrans ? "N" : "T") + tag, size, ours, tri_work * 1e-9, ob.label(), peer);
       }
     }
+    // The other types of the solve: two cases each (left lower, and right
+    // upper transposed, conjugated for the complex types). A complex triangle
+    // takes the real one with small imaginary parts.
+    auto other_trsm = [&](const char* name, int parts, double flops, auto* elem, auto&& ours_fn, auto&& peer_fn) {
+      using E = std::remove_pointer_t<decltype(elem)>;
+      if (!wanted(only, name)) return;
+      std::vector<E> ta(parts * nn), tb0(parts * nn), tb(parts * nn);
+      for (std::size_t i = 0; i < nn; ++i) {
+        ta[parts * i] = static_cast<E>(a[i]);
+        tb0[parts * i] = static_cast<E>(b0[i]);
+        if (parts == 2) {
+          ta[2 * i + 1] = static_cast<E>(0.5 * c0[i] / n);
+          tb0[2 * i + 1] = static_cast<E>(c0[i]);
+        }
+      }
+      auto reset = [&] { std::memcpy(tb.data(), tb0.data(), tb0.size() * sizeof(E)); };
+      const CBLAS_TRANSPOSE tr = parts == 2 ? CblasConjTrans : CblasTrans;
+      const struct {
+        CBLAS_SIDE side;
+        CBLAS_UPLO uplo;
+        CBLAS_TRANSPOSE trans;
+        const char* label;
+      } cases[] = {{CblasLeft, CblasLower, CblasNoTrans, " LLN"}, {CblasRight, CblasUpper, tr, " RUT"}};
+      for (auto& cs : cases) {
+        double ours = timed(reset, [&] { ours_fn(cs.side, cs.uplo, cs.trans, ta.data(), tb.data()); }, flops);
+        double peer = timed(reset, [&] { peer_fn(cs.side, cs.uplo, cs.trans, ta.data(), tb.data()); }, flops);
+        report(name + std::string(cs.label) + tag, size, ours, flops * 1e-9, ob.label(), peer, false);
+      }
+    };
+    auto* ob_strsm = ob.fn<Strsm>("cblas_strsm");
+    auto* ob_ctrsm = ob.fn<Ztrsm>("cblas_ctrsm");
+    auto* ob_ztrsm = ob.fn<Ztrsm>("cblas_ztrsm");
+    const float one_c[2] = {1, 0};
+    const double one_z[2] = {1, 0};
+    if (ob_strsm)
+      other_trsm("strsm", 1, tri_work, static_cast<float*>(nullptr),
+                 [&](CBLAS_SIDE sd, CBLAS_UPLO ul, CBLAS_TRANSPOSE tr, const float* x, float* y) {
+                   cblas_strsm(CblasColMajor, sd, ul, tr, CblasNonUnit, n, n, 1.0f, x, n, y, n);
+                 },
+                 [&](CBLAS_SIDE sd, CBLAS_UPLO ul, CBLAS_TRANSPOSE tr, const float* x, float* y) {
+                   ob_strsm(CblasColMajor, sd, ul, tr, CblasNonUnit, n, n, 1.0f, x, n, y, n);
+                 });
+    if (ob_ctrsm)
+      other_trsm("ctrsm", 2, 4 * tri_work, static_cast<float*>(nullptr),
+                 [&](CBLAS_SIDE sd, CBLAS_UPLO ul, CBLAS_TRANSPOSE tr, const float* x, float* y) {
+                   cblas_ctrsm(CblasColMajor, sd, ul, tr, CblasNonUnit, n, n, one_c, x, n, y, n);
+                 },
+                 [&](CBLAS_SIDE sd, CBLAS_UPLO ul, CBLAS_TRANSPOSE tr, const float* x, float* y) {
+                   ob_ctrsm(CblasColMajor, sd, ul, tr, CblasNonUnit, n, n, one_c, x, n, y, n);
+                 });
+    if (ob_ztrsm)
+      other_trsm("ztrsm", 2, 4 * tri_work, static_cast<double*>(nullptr),
+                 [&](CBLAS_SIDE sd, CBLAS_UPLO ul, CBLAS_TRANSPOSE tr, const double* x, double* y) {
+                   cblas_ztrsm(CblasColMajor, sd, ul, tr, CblasNonUnit, n, n, one_z, x, n, y, n);
+                 },
+                 [&](CBLAS_SIDE sd, CBLAS_UPLO ul, CBLAS_TRANSPOSE tr, const double* x, double* y) {
+                   ob_ztrsm(CblasColMajor, sd, ul, tr, CblasNonUnit, n, n, one_z, x, n, y, n);
+                 });
     if (wanted(only, "dtrmm")) {
       double ours = timed(reset_b, [&] {
         cblas_dtrmm(CblasColMajor, CblasLeft, CblasLower, CblasNoTrans, CblasNonUnit, n, n, 1.0, a.data(), n, b.data(), n);
@@ -210,7 +281,7 @@ void run(int threads, const std::vector<int>& sizes, const std::vector<std::stri
       double peer = ob_herk ? timed(reset_z, [&] {
         ob_herk(CblasColMajor, CblasLower, CblasNoTrans, n, n, 1.0, za.data(), n, 0.5, zc.data(), n);
       }, work) : 0;
-      report("zherk LN" + tag, size, ours, work * 1e-9, ob.label(), peer);
+      report("zherk LN" + tag, size, ours, work * 1e-9, ob.label(), peer, false);
     }
   }
 }
