@@ -128,6 +128,60 @@ void first_stage(const R* src, R* dst, i64 b0, i64 b1, const std::int32_t* first
   }
 }
 
+// The first stage over all G groups, reading the caller's data through
+// the bit-reversal table: for b < G/N (N lanes) the N neighbours from
+// first[b] on belong to the groups b + rev(i) G/N, so each vector is one
+// plain load; the stores go back to each lane's group.
+template <int P, class T, class R>
+QV_INLINE void store_lanes(const T* a, R* const* d) {
+  for (int l = 0; l < T::N; ++l)
+    for (int k = 0; k < P; ++k) a[k].store_lane(d[l] + 2 * k, l);
+}
+template <int P>
+QV_INLINE void store_lanes(const F2* a, float* const* d) {
+  for (int k = 0; k < P; k += 2) {
+    _mm_storeu_ps(d[0] + 2 * k, _mm_movelh_ps(a[k].v, a[k + 1].v));
+    _mm_storeu_ps(d[1] + 2 * k, _mm_movehl_ps(a[k + 1].v, a[k].v));
+  }
+}
+#if defined(__AVX2__)
+template <int P>
+QV_INLINE void store_lanes(const F4* a, float* const* d) {
+  for (int k = 0; k < P; k += 4) {
+    const __m256d a0 = _mm256_castps_pd(a[k].v), a1 = _mm256_castps_pd(a[k + 1].v);
+    const __m256d a2 = _mm256_castps_pd(a[k + 2].v), a3 = _mm256_castps_pd(a[k + 3].v);
+    const __m256d t0 = _mm256_unpacklo_pd(a0, a1), t1 = _mm256_unpackhi_pd(a0, a1);
+    const __m256d t2 = _mm256_unpacklo_pd(a2, a3), t3 = _mm256_unpackhi_pd(a2, a3);
+    _mm256_storeu_pd(reinterpret_cast<double*>(d[0] + 2 * k), _mm256_permute2f128_pd(t0, t2, 0x20));
+    _mm256_storeu_pd(reinterpret_cast<double*>(d[1] + 2 * k), _mm256_permute2f128_pd(t1, t3, 0x20));
+    _mm256_storeu_pd(reinterpret_cast<double*>(d[2] + 2 * k), _mm256_permute2f128_pd(t0, t2, 0x31));
+    _mm256_storeu_pd(reinterpret_cast<double*>(d[3] + 2 * k), _mm256_permute2f128_pd(t1, t3, 0x31));
+  }
+}
+#endif
+
+template <int P, bool INV, class R>
+void first_stage_all(const R* src, R* dst, i64 G, const std::int32_t* first, i64 rstep) {
+  using V = typename VecSet<R>::W;
+  constexpr int NL = V::N;
+  const i64 q = G / NL;
+  i64 lane_off[NL];
+  for (int i = 0; i < NL; ++i) {
+    int r = 0;
+    for (int b = 1, v = i; b < NL; b <<= 1, v >>= 1) r = (r << 1) | (v & 1);
+    lane_off[i] = 2 * P * r * q;
+  }
+  for (i64 b = 0; b < q; ++b) {
+    const R* x = src + 2 * i64{first[b]};
+    V a[P];
+    sfor<0, P>([&](auto r) __attribute__((always_inline)) { a[r] = V::load(x + 2 * rstep * r); });
+    Dft<P, INV, V>::run(a);
+    R* d[NL];
+    for (int i = 0; i < NL; ++i) d[i] = dst + 2 * P * b + lane_off[i];
+    store_lanes<P>(a, d);
+  }
+}
+
 // ---- a twiddled stage, vectorised along j ------------------------------------
 // n elements from src to dst (the same array or not), transforms of length
 // P*m, m a multiple of four.
@@ -318,12 +372,12 @@ void run_stages(const Pow2Stages& pl, const R* src, R* T, R* dst) {
   const i64 bl = pl.block_len;
 #if defined(__AVX2__)
   if constexpr (sizeof(R) == 8) {
-    if (pl.first != nullptr && bl == n) {
+    if (pl.first != nullptr) {
       if (P0 == 8) first_split_all<8, INV>(src, T, n / 8, pl.first, rstep);
       else first_split_all<4, INV>(src, T, n / 4, pl.first, rstep);
     }
     for (i64 o = 0; o < n; o += bl) {
-      if (pl.first == nullptr || bl != n) split_first(P0, src, T, o / P0, (o + bl) / P0, pl.first, rstep, INV);
+      if (pl.first == nullptr) split_first(P0, src, T, o / P0, (o + bl) / P0, pl.first, rstep, INV);
       for (int i = 1; i < pl.block; ++i)
         split_rows<INV>(pl.radix[i], i == last, T + 2 * o, (i == last ? dst : T) + 2 * o, bl, pl.m[i], pl.tw[i]);
     }
@@ -332,8 +386,12 @@ void run_stages(const Pow2Stages& pl, const R* src, R* T, R* dst) {
     return;
   }
 #endif
+  if (pl.first != nullptr) {
+    if (P0 == 8) first_stage_all<8, INV>(src, T, n / 8, pl.first, rstep);
+    else first_stage_all<4, INV>(src, T, n / 4, pl.first, rstep);
+  }
   for (i64 o = 0; o < n; o += bl) {
-    run_first<INV>(P0, src, T, o / P0, (o + bl) / P0, pl.first, rstep);
+    if (pl.first == nullptr) run_first<INV>(P0, src, T, o / P0, (o + bl) / P0, pl.first, rstep);
     for (int i = 1; i < pl.block; ++i)
       run_rows<INV>(pl.radix[i], T + 2 * o, (i == last ? dst : T) + 2 * o, bl, pl.m[i], pl.tw[i]);
   }
