@@ -60,6 +60,52 @@ TYPED_TEST(Trsm, EveryCombination) {
           }
 }
 
+// The edges of the leaves' vector strips on every processor path: right-
+// hand sides of 1 to 17 rows or columns (whole strips and ragged ones),
+// triangles around the groups of columns solved together and around the
+// leaf size, both diagonals, conjugation.
+TYPED_TEST(Trsm, LeafEdgesOnEveryPath) {
+  using T = TypeParam;
+  qor::test::on_every_path([](int) {
+    Rng g(23);
+    const char trans_letters[] = {'N', 'T', cplx<T> ? 'C' : 'T'};
+    int count = 0;
+    for (char side : {'L', 'R'})
+      for (char uplo : {'L', 'U'})
+        for (char trans : trans_letters)
+          for (i64 tri : {1, 3, 4, 6, 9, 64, 67})
+            for (i64 rhs : {1, 5, 8, 9, 17}) {
+              const char diag = (count++ % 4 == 0) ? 'U' : 'N';
+              check_case<T>(side, uplo, trans, diag, side == 'L' ? tri : rhs, side == 'L' ? rhs : tri,
+                            from<T>(1), g);
+            }
+  });
+}
+
+// A zero on the diagonal is not checked for: the solve goes on through the
+// ordinary arithmetic, and what was solved before it stays finite.
+TYPED_TEST(Trsm, ZeroOnDiagonal) {
+  using T = TypeParam;
+  qor::test::on_every_path([](int) {
+    Rng g(29);
+    for (char side : {'L', 'R'}) {
+      Mat<T> a = tri_mat<T>(40, g);
+      a(5, 5) = T(0);
+      Mat<T> b = random_mat<T>(40, 40, g);
+      trsm<T>(side, 'L', 'N', 'N', T(1), a, b);
+      // Lower, no transposition: left solves rows from the top, right
+      // solves columns from the right.
+      for (i64 k = 0; k < 40; ++k) {
+        const i64 before = side == 'L' ? 4 : 6, at = 5;
+        const T solved = side == 'L' ? b(before, k) : b(k, before);
+        const T hit = side == 'L' ? b(at, k) : b(k, at);
+        ASSERT_TRUE(std::isfinite(static_cast<double>(mag(solved)))) << side << " " << k;
+        ASSERT_FALSE(std::isfinite(static_cast<double>(mag(hit)))) << side << " " << k;
+      }
+    }
+  });
+}
+
 // The large-block cuts of the entry and the first layer: triangles of 128 to
 // 1024 and beyond, odd and even, with few right-hand sides so that the
 // reference stays cheap; and a wide right-hand side.
