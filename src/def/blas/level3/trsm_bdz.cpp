@@ -65,11 +65,15 @@ using Real = typename RealOf<T>::type;
 template <class T>
 inline constexpr bool kComplex = !std::is_same_v<T, Real<T>>;
 
-// A strip is two vectors of rows: kHalf elements each.
+// A strip is kVecs vectors of rows, kHalf elements each: three for the
+// real types (12 accumulators for four columns, with the three loaded
+// vectors and a broadcast, fill the 16 registers), two for the complex ones.
 template <class T>
 inline constexpr i64 kHalf = Vec<Real<T>>::kLanes / (kComplex<T> ? 2 : 1);
 template <class T>
-inline constexpr i64 kStrip = 2 * kHalf<T>;
+inline constexpr int kVecs = kComplex<T> ? 2 : 3;
+template <class T>
+inline constexpr i64 kStrip = kVecs<T> * kHalf<T>;
 
 // The coefficient matrix M of X M = B, upper triangular in solving order:
 // M(k, j) at c + k * sk + j * sj; r[j] the reciprocal of M(j, j).
@@ -88,23 +92,24 @@ template <class T, int NR>
 inline void group_real(T* x, i64 ldx, i64 j, const Coef<T>& m) {
   using W = Vec<T>;
   using V = typename W::V;
-  constexpr int L = W::kLanes;
-  V lo[NR], hi[NR];  // the upper and lower halves of each column
+  constexpr int L = W::kLanes, NV = kVecs<T>;
+  V acc[NR][NV];
 #pragma GCC unroll 4
-  for (int q = 0; q < NR; ++q) {
-    lo[q] = W::load(x + (j + q) * ldx);
-    hi[q] = W::load(x + (j + q) * ldx + L);
-  }
+  for (int q = 0; q < NR; ++q)
+#pragma GCC unroll 4
+    for (int v = 0; v < NV; ++v) acc[q][v] = W::load(x + (j + q) * ldx + v * L);
   const T* xk = x;
   const T* ck = m.at(0, j);
   const i64 sj = m.sj;
   for (i64 k = 0; k < j; ++k, xk += ldx, ck += m.sk) {
-    const V x0 = W::load(xk), x1 = W::load(xk + L);
+    V xv[NV];
+#pragma GCC unroll 4
+    for (int v = 0; v < NV; ++v) xv[v] = W::load(xk + v * L);
 #pragma GCC unroll 4
     for (int q = 0; q < NR; ++q) {
       const V c = W::bcast(ck + q * sj);
-      lo[q] = W::nmadd(x0, c, lo[q]);
-      hi[q] = W::nmadd(x1, c, hi[q]);
+#pragma GCC unroll 4
+      for (int v = 0; v < NV; ++v) acc[q][v] = W::nmadd(xv[v], c, acc[q][v]);
     }
   }
   // The diagonal block, column by column.
@@ -112,16 +117,16 @@ inline void group_real(T* x, i64 ldx, i64 j, const Coef<T>& m) {
   for (int q = 0; q < NR; ++q) {
     if (!m.unit) {
       const V r = W::set1(m.r[j + q]);
-      lo[q] = W::mul(lo[q], r);
-      hi[q] = W::mul(hi[q], r);
+#pragma GCC unroll 4
+      for (int v = 0; v < NV; ++v) acc[q][v] = W::mul(acc[q][v], r);
     }
-    W::store(x + (j + q) * ldx, lo[q]);
-    W::store(x + (j + q) * ldx + L, hi[q]);
+#pragma GCC unroll 4
+    for (int v = 0; v < NV; ++v) W::store(x + (j + q) * ldx + v * L, acc[q][v]);
 #pragma GCC unroll 4
     for (int p = q + 1; p < NR; ++p) {
       const V c = W::bcast(m.at(j + q, j + p));
-      lo[p] = W::nmadd(lo[q], c, lo[p]);
-      hi[p] = W::nmadd(hi[q], c, hi[p]);
+#pragma GCC unroll 4
+      for (int v = 0; v < NV; ++v) acc[p][v] = W::nmadd(acc[q][v], c, acc[p][v]);
     }
   }
 }
