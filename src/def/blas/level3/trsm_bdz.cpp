@@ -95,9 +95,14 @@ inline void group_real(T* x, i64 ldx, i64 j, const Coef<T>& m) {
   constexpr int L = W::kLanes, NV = kVecs<T>;
   V acc[NR][NV];
 #pragma GCC unroll 4
-  for (int q = 0; q < NR; ++q)
+  for (int q = 0; q < NR; ++q) {
 #pragma GCC unroll 4
     for (int v = 0; v < NV; ++v) acc[q][v] = W::load(x + (j + q) * ldx + v * L);
+    // The same columns of the next strip (rows of B follow on the right
+    // side; a prefetch past the end of an array does not fault).
+    _mm_prefetch(reinterpret_cast<const char*>(x + (j + q) * ldx + NV * L), _MM_HINT_T0);
+    _mm_prefetch(reinterpret_cast<const char*>(x + (j + q) * ldx + NV * L) + 64, _MM_HINT_T0);
+  }
   const T* xk = x;
   const T* ck = m.at(0, j);
   const i64 sj = m.sj;
