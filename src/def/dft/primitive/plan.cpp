@@ -215,10 +215,10 @@ int first_order(int e) { return (e == 4 || e == 5 || e == 7 || e == 8 || e == 10
 
 // Block and buffer orders of the large engine, by order 9 to 30.
 constexpr std::int8_t tbl_blk_order_64[22] = {6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 7, 8, 8, 8, 8, 8, 8, 8, 8, 8, 8};
-constexpr std::int8_t tbl_buf_order_64[22] = {10, 10, 10, 10, 10, 10, 10, 10, 10, 10, 10,
-                                              11, 13, 13, 13, 13, 13, 13, 13, 13, 13, 13};
+constexpr std::int8_t tbl_buf_order_64[22] = {10, 10, 10, 11, 13, 13, 13, 13, 13, 13, 13,
+                                              13, 13, 13, 13, 13, 13, 13, 13, 13, 13, 13};
 constexpr std::int8_t tbl_blk_order_32[22] = {4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 8, 8, 8, 8, 8, 8, 8, 8, 8, 8, 8};
-constexpr std::int8_t tbl_buf_order_32[22] = {10, 10, 10, 10, 10, 10, 10, 10, 10, 10, 10,
+constexpr std::int8_t tbl_buf_order_32[22] = {10, 10, 14, 14, 14, 14, 14, 14, 14, 14, 14,
                                               14, 14, 14, 14, 14, 14, 14, 14, 14, 14, 14};
 
 // Orders up to which a table of roots is made whole; the large engine
