@@ -32,7 +32,7 @@ struct Leaf {
 
 // The largest triangle the vector body takes; larger ones are left to the
 // caller's loops (the blocked solve never hands a leaf more than 64).
-inline constexpr std::int64_t kMaxTri = 256;
+inline constexpr std::int64_t kMaxTri = 128;
 
 // Solves the leaf and returns true, or returns false without touching B
 // when the triangle is larger than kMaxTri. The caller has checked the
