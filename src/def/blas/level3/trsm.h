@@ -110,9 +110,9 @@ void sweep(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb, i64 t
 // ---- Leaves ----------------------------------------------------------------------
 // Divide selects the dividing form (the unblocked solver); otherwise each
 // diagonal element is inverted once and the solve multiplies. The
-// multiplying leaves of the real types hand their work to the vector body
-// when the processor path is one with 256-bit FMA; the loops below are the
-// baseline and the complex types.
+// multiplying leaves hand their work to the vector body when the processor
+// path is one with 256-bit FMA and the triangle is no larger than it takes;
+// the loops below serve the other paths and the dividing solver.
 
 // True when the vector body solved the leaf.
 template <class T>

@@ -8,12 +8,12 @@
 // transpose (M = op(A)^T), solved on strips of columns of B copied into a
 // small transposed buffer. A backward solve walks both M and the columns of
 // the strip from the far end, by negative strides, so no data moves for it.
-// Each step takes four columns of the strip at once: their elements are
-// loaded into registers, the columns already solved are subtracted from
-// them (one multiply-add per element and solved column, with the
-// coefficient broadcast), and the four are finished against their own 4 x 4
-// diagonal block in registers, each multiplied by the reciprocal of its
-// diagonal element.
+// Each step takes four columns of the strip at once (two for the complex
+// types): their elements are loaded into registers, the columns already
+// solved are subtracted from them (one multiply-add per element and solved
+// column, with the coefficient broadcast), and the group is finished
+// against its own diagonal block in registers, each column multiplied by
+// the reciprocal of its diagonal element.
 #pragma once
 #include <cstdint>
 
