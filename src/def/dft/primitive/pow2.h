@@ -7,9 +7,10 @@
 // holds the r-th decimated part, so a_r = y[j + rev(r) m] w^(j r), then a
 // P-point DFT gives y[j + k m] in natural order, all in place.
 //
-// Up to order 16 the first stage reads the input through the table of
-// bit-reversed group offsets (no separate reordering pass), and the stages
-// short enough for the first-level cache run per block. From order 17 the
+// Up to order 16 the first stage, one pass over the whole array, reads the
+// input through the table of bit-reversed group offsets (no separate
+// reordering pass); the stages after it that are short enough for the
+// first-level cache run per block. From order 17 the
 // data are bit-reversed in 32 x 32 tiles first; then each level splits the
 // array into 2^blk contiguous transforms (done recursively), and combines
 // them across, a few columns at a time gathered into a small buffer.
@@ -92,37 +93,27 @@ constexpr int rev_digit(int r) {
 }
 
 // ---- the first stage: groups of P neighbours, no twiddles ----------------------
-// Group b (b in [b0, b1)) takes a_r from src[off(b) + rstep * r] where
-// off(b) is first[b] (bit-reversed read of the caller's data) or, with
-// `first` null, P*b with rstep 1 and r bit-reversed (data already in
-// bit-reversed order). Output k of group b goes to dst[P*b + k].
+// On data already in bit-reversed order: group b (b in [b0, b1)) takes a_r
+// from src[P*b + rev(r)], and output k goes to dst[P*b + k].
 template <int P, bool INV, class R>
-void first_stage(const R* src, R* dst, i64 b0, i64 b1, const std::int32_t* first, i64 rstep) {
+void first_stage(const R* src, R* dst, i64 b0, i64 b1) {
   using V = typename VecSet<R>::W;
   constexpr int NL = V::N;
   i64 b = b0;
   for (; b + NL <= b1; b += NL) {
     i64 off[NL];
-    for (int l = 0; l < NL; ++l) off[l] = first != nullptr ? first[b + l] : P * (b + l);
+    for (int l = 0; l < NL; ++l) off[l] = P * (b + l);
     V a[P];
-    if (first != nullptr) {
-      sfor<0, P>([&](auto r) __attribute__((always_inline)) {
-        a[r] = gather(src + 2 * (rstep * r), off, static_cast<V*>(nullptr));
-      });
-    } else {
-      sfor<0, P>([&](auto r) __attribute__((always_inline)) {
-        a[r] = gather(src + 2 * rev_digit<P>(r), off, static_cast<V*>(nullptr));
-      });
-    }
+    sfor<0, P>([&](auto r) __attribute__((always_inline)) {
+      a[r] = gather(src + 2 * rev_digit<P>(r), off, static_cast<V*>(nullptr));
+    });
     Dft<P, INV, V>::run(a);
     store_transposed<P>(a, dst + 2 * (P * b));
   }
   using O = typename VecSet<R>::O;
   for (; b < b1; ++b) {
     O a[P];
-    sfor<0, P>([&](auto r) __attribute__((always_inline)) {
-      a[r] = first != nullptr ? O::load(src + 2 * (first[b] + rstep * r)) : O::load(src + 2 * (P * b + rev_digit<P>(r)));
-    });
+    sfor<0, P>([&](auto r) __attribute__((always_inline)) { a[r] = O::load(src + 2 * (P * b + rev_digit<P>(r))); });
     Dft<P, INV, O>::run(a);
     sfor<0, P>([&](auto k) __attribute__((always_inline)) { a[k].store(dst + 2 * (P * b + k)); });
   }
@@ -235,9 +226,9 @@ void stage_cols(R* buf, i64 rows, i64 m, i64 Q, const R* tw) {
 }
 
 template <bool INV, class R>
-QV_INLINE void run_first(int P, const R* src, R* dst, i64 b0, i64 b1, const std::int32_t* first, i64 rstep) {
-  if (P == 8) first_stage<8, INV>(src, dst, b0, b1, first, rstep);
-  else first_stage<4, INV>(src, dst, b0, b1, first, rstep);
+QV_INLINE void run_first(int P, const R* src, R* dst, i64 b0, i64 b1) {
+  if (P == 8) first_stage<8, INV>(src, dst, b0, b1);
+  else first_stage<4, INV>(src, dst, b0, b1);
 }
 template <bool INV, class R>
 QV_INLINE void run_rows(int P, const R* src, R* dst, i64 n, i64 m, const void* tw) {
@@ -271,15 +262,14 @@ QV_INLINE void store_split_interleaved(const SD4& x, double* p) {
   _mm256_storeu_pd(p + 4, _mm256_permute2f128_pd(u0, u1, 0x31));
 }
 
+// The first stage on data already in bit-reversed order, four groups
+// at a time.
 template <int P, bool INV>
-void first_split(const double* src, double* dst, i64 b0, i64 b1, const std::int32_t* first, i64 rstep) {
+void first_split(const double* src, double* dst, i64 b0, i64 b1) {
   for (i64 b = b0; b < b1; b += 4) {
-    i64 off[4];
-    for (int l = 0; l < 4; ++l) off[l] = first != nullptr ? first[b + l] : P * (b + l);
+    const i64 off[4] = {P * b, P * (b + 1), P * (b + 2), P * (b + 3)};
     SD4 a[P];
-    sfor<0, P>([&](auto r) __attribute__((always_inline)) {
-      a[r] = gather_split(src + 2 * (first != nullptr ? rstep * r : i64{rev_digit<P>(r)}), off);
-    });
+    sfor<0, P>([&](auto r) __attribute__((always_inline)) { a[r] = gather_split(src + 2 * rev_digit<P>(r), off); });
     Dft<P, INV, SD4>::run(a);
     double* d = dst + 2 * (P * b);
     sfor<0, P / 4>([&](auto h) __attribute__((always_inline)) {
@@ -347,10 +337,9 @@ void stage_split(const double* src, double* dst, i64 n, i64 m, const double* tw)
   }
 }
 
-QV_INLINE void split_first(int P, const double* src, double* dst, i64 b0, i64 b1, const std::int32_t* first, i64 rstep,
-                           bool inv) {
-  if (P == 8) inv ? first_split<8, true>(src, dst, b0, b1, first, rstep) : first_split<8, false>(src, dst, b0, b1, first, rstep);
-  else inv ? first_split<4, true>(src, dst, b0, b1, first, rstep) : first_split<4, false>(src, dst, b0, b1, first, rstep);
+QV_INLINE void split_first(int P, const double* src, double* dst, i64 b0, i64 b1, bool inv) {
+  if (P == 8) inv ? first_split<8, true>(src, dst, b0, b1) : first_split<8, false>(src, dst, b0, b1);
+  else inv ? first_split<4, true>(src, dst, b0, b1) : first_split<4, false>(src, dst, b0, b1);
 }
 template <bool INV>
 QV_INLINE void split_rows(int P, bool last, const double* src, double* dst, i64 n, i64 m, const void* tw) {
@@ -377,7 +366,7 @@ void run_stages(const Pow2Stages& pl, const R* src, R* T, R* dst) {
       else first_split_all<4, INV>(src, T, n / 4, pl.first, rstep);
     }
     for (i64 o = 0; o < n; o += bl) {
-      if (pl.first == nullptr) split_first(P0, src, T, o / P0, (o + bl) / P0, pl.first, rstep, INV);
+      if (pl.first == nullptr) split_first(P0, src, T, o / P0, (o + bl) / P0, INV);
       for (int i = 1; i < pl.block; ++i)
         split_rows<INV>(pl.radix[i], i == last, T + 2 * o, (i == last ? dst : T) + 2 * o, bl, pl.m[i], pl.tw[i]);
     }
@@ -391,7 +380,7 @@ void run_stages(const Pow2Stages& pl, const R* src, R* T, R* dst) {
     else first_stage_all<4, INV>(src, T, n / 4, pl.first, rstep);
   }
   for (i64 o = 0; o < n; o += bl) {
-    if (pl.first == nullptr) run_first<INV>(P0, src, T, o / P0, (o + bl) / P0, pl.first, rstep);
+    if (pl.first == nullptr) run_first<INV>(P0, src, T, o / P0, (o + bl) / P0);
     for (int i = 1; i < pl.block; ++i)
       run_rows<INV>(pl.radix[i], T + 2 * o, (i == last ? dst : T) + 2 * o, bl, pl.m[i], pl.tw[i]);
   }
