@@ -1,6 +1,7 @@
 // The power-of-two family at every order: exact spectra of pure tones
-// (which a wrong twiddle smears and a wrong reordering moves), in place
-// against out of place, and the memory sizes of the plans.
+// (which a wrong reordering moves), each order against its two halves
+// (which any wrong twiddle upsets), in place against out of place, and
+// the memory sizes of the plans.
 #include <cmath>
 
 #include "dft/dft_util.h"
@@ -18,13 +19,26 @@ void check_tones(int e, bool inv, bool in_place) {
   const std::int64_t f[3] = {(n * 5 / 13) | 1, n - 1 - n / 7, (n / 2 + n / 8 + 1)};
   const double a[3][2] = {{1.0, 0.5}, {-0.75, 0.25}, {0.3, -1.1}};
   std::vector<R> x(2 * n), y(in_place ? 0 : 2 * n);
-  const double sg = inv ? -1.0 : 1.0;
+  // exp(+-2 pi i k / n) as hi[k >> h] * lo[k & (2^h - 1)], in long double.
+  const int h = e / 2;
+  const LD sg = inv ? -1 : 1;
+  std::vector<LD> lo(2 << h), hi(2 << (e - h));
+  for (std::int64_t k = 0; k < (std::int64_t{1} << h); ++k) {
+    lo[2 * k] = cosl(kTwoPi * k / n);
+    lo[2 * k + 1] = sg * sinl(kTwoPi * k / n);
+  }
+  for (std::int64_t k = 0; k < (std::int64_t{1} << (e - h)); ++k) {
+    hi[2 * k] = cosl(kTwoPi * (k << h) / n);
+    hi[2 * k + 1] = sg * sinl(kTwoPi * (k << h) / n);
+  }
+  const std::int64_t mask = (std::int64_t{1} << h) - 1;
   for (std::int64_t j = 0; j < n; ++j) {
-    double re = 0, im = 0;
+    LD re = 0, im = 0;
     for (int t = 0; t < 3; ++t) {
       const std::int64_t k = (f[t] % n) * j % n;
-      const double ang = 2.0 * M_PI * static_cast<double>(k) / static_cast<double>(n);
-      const double c = std::cos(ang), s = sg * std::sin(ang);
+      const LD* p = &hi[2 * (k >> h)];
+      const LD* q = &lo[2 * (k & mask)];
+      const LD c = p[0] * q[0] - p[1] * q[1], s = p[0] * q[1] + p[1] * q[0];
       re += a[t][0] * c - a[t][1] * s;
       im += a[t][0] * s + a[t][1] * c;
     }
@@ -59,6 +73,56 @@ TEST(FftOrders, TonesAtEveryOrder) {
       check_tones<double>(e, true, e % 2 == 0);
     }
     check_tones<float>(e, e % 3 == 0, e % 2 == 0);
+  }
+}
+
+// Order e against order e - 1: with E and O the transforms of the even
+// and odd samples, X[k] = E[k] + w^k O[k] (w = exp(-+2 pi i / n)), formed
+// in long double. A broadband input, so that every twiddle and every
+// position of every order counts.
+template <class R>
+void check_halves(int e, bool inv) {
+  const std::int64_t n = std::int64_t{1} << e, half = n / 2;
+  SCOPED_TRACE(testing::Message() << "order " << e << (sizeof(R) == 8 ? " double" : " float") << (inv ? " inverse" : ""));
+  std::vector<R> x = to<R>(random_signal(n, 300 + e)), y(2 * n), ev(n), od(n), E(n), O(n);
+  for (std::int64_t j = 0; j < half; ++j)
+    for (int c = 0; c < 2; ++c) {
+      ev[2 * j + c] = x[4 * j + c];
+      od[2 * j + c] = x[4 * j + 2 + c];
+    }
+  FftPlan<R, false> whole(e), part(e - 1);
+  ASSERT_EQ(whole.run_raw(inv, x.data(), y.data()), 0);
+  ASSERT_EQ(part.run_raw(inv, ev.data(), E.data()), 0);
+  ASSERT_EQ(part.run_raw(inv, od.data(), O.data()), 0);
+  const int h = e / 2;
+  const LD sg = inv ? 1 : -1;
+  std::vector<LD> lo(2 << h), hi(2 << (e - h));
+  for (std::int64_t k = 0; k < (std::int64_t{1} << h); ++k) {
+    lo[2 * k] = cosl(kTwoPi * k / n);
+    lo[2 * k + 1] = sg * sinl(kTwoPi * k / n);
+  }
+  for (std::int64_t k = 0; k < (std::int64_t{1} << (e - h)); ++k) {
+    hi[2 * k] = cosl(kTwoPi * (k << h) / n);
+    hi[2 * k + 1] = sg * sinl(kTwoPi * (k << h) / n);
+  }
+  LD num = 0, den = 0;
+  for (std::int64_t k = 0; k < n; ++k) {
+    const LD* p = &hi[2 * (k >> h)];
+    const LD* q = &lo[2 * (k & ((std::int64_t{1} << h) - 1))];
+    const LD c = p[0] * q[0] - p[1] * q[1], s = p[0] * q[1] + p[1] * q[0];
+    const std::int64_t m = k % half;
+    const LD orr = O[2 * m], oi = O[2 * m + 1];
+    const LD wr = E[2 * m] + c * orr - s * oi, wi = E[2 * m + 1] + c * oi + s * orr;
+    num += (y[2 * k] - wr) * (y[2 * k] - wr) + (y[2 * k + 1] - wi) * (y[2 * k + 1] - wi);
+    den += wr * wr + wi * wi;
+  }
+  EXPECT_LE(static_cast<double>(sqrtl(num / den)), 2 * tolerance<R>(n));
+}
+
+TEST(FftOrders, EveryOrderFromItsHalves) {
+  for (int e = 1; e <= 24; ++e) {
+    if (e <= 22) check_halves<double>(e, e % 2 == 1);
+    check_halves<float>(e, e % 2 == 0);
   }
 }
 
