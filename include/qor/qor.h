@@ -65,7 +65,9 @@ QOR_API int qor_get_cpu_path(void);
 QOR_API int qor_cpu_path_supported(int path);
 QOR_API const char* qor_cpu_path_name(int path);
 /* How often the kernel member asked whether it runs on the class of `path`
- * and was told yes: the evidence that a tuned body was actually taken. */
+ * and was told yes: the evidence that a tuned body was actually taken.
+ * Counting starts with the first call of this function, so programs that
+ * never ask pay nothing for it. */
 QOR_API int64_t qor_cpu_path_hits(int path);
 
 /* Processor tier reported to the member (0: the generic member serves this

@@ -133,6 +133,10 @@ int path_from_env() {
 std::atomic<int> g_path{-2};
 std::atomic<int> g_tier{0};
 std::atomic<int64_t> g_hits[4];
+// Hits are counted only once someone has asked for them: a locked
+// increment on every kernel call costs a small transform a few percent and
+// makes the threads of a parallel run fight over one cache line.
+std::atomic<bool> g_counting{false};
 
 inline int path() {
   int p = g_path.load(std::memory_order_relaxed);
@@ -146,7 +150,7 @@ inline int path() {
 
 inline int answer(int which) {
   if (path() != which) return 0;
-  g_hits[which].fetch_add(1, std::memory_order_relaxed);
+  if (g_counting.load(std::memory_order_relaxed)) g_hits[which].fetch_add(1, std::memory_order_relaxed);
   return 1;
 }
 
@@ -182,6 +186,7 @@ QOR_API int qor_set_cpu_path(int p) {
 QOR_API int qor_get_cpu_path(void) { return path(); }
 
 QOR_API int64_t qor_cpu_path_hits(int p) {
+  g_counting.store(true, std::memory_order_relaxed);
   if (p < QOR_CPU_PATH_BASELINE || p > QOR_CPU_PATH_ZEN) return 0;
   return g_hits[p].load(std::memory_order_relaxed);
 }
