@@ -177,7 +177,7 @@ struct Pow2Large {
   Pow2Stages leaf;
 };
 
-// FFT spec: 144 bytes of fixed part; the stage plan and tables follow.
+// FftSpec: 144 bytes of fixed part; the stage plan and tables follow.
 struct FftSpec {
   std::int32_t id;                // 0
   std::int32_t order;             // 4

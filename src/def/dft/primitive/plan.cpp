@@ -294,7 +294,7 @@ int bit_reverse(i64 v, int bits) {
   return r;
 }
 
-// Fills the spec of an order from 6 up and returns the work size in bytes.
+// Fills the plan of an order from 6 up and returns the work size in bytes.
 template <class R>
 i64 build_pow2(int order, Region& sr, Region& ir, bool fill, FftSpec* s) {
   const i64 n = i64{1} << order, ebytes = 2 * sizeof(R);
