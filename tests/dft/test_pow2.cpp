@@ -9,6 +9,35 @@
 namespace qor::test::dft {
 namespace {
 
+// exp(sign 2 pi i k / 2^e) for every k < 2^e, in long double, from two
+// short tables: hi[k >> h] * lo[k & (2^h - 1)], so that no sine is taken
+// per sample.
+class Roots {
+ public:
+  Roots(int e, LD sign) : h_(e / 2), lo_(2 << h_), hi_(2 << (e - h_)) {
+    const std::int64_t n = std::int64_t{1} << e;
+    for (std::int64_t k = 0; k < (std::int64_t{1} << h_); ++k) {
+      lo_[2 * k] = cosl(kTwoPi * k / n);
+      lo_[2 * k + 1] = sign * sinl(kTwoPi * k / n);
+    }
+    for (std::int64_t k = 0; k < (std::int64_t{1} << (e - h_)); ++k) {
+      hi_[2 * k] = cosl(kTwoPi * (k << h_) / n);
+      hi_[2 * k + 1] = sign * sinl(kTwoPi * (k << h_) / n);
+    }
+  }
+  // Cosine and sine of root k.
+  void at(std::int64_t k, LD* c, LD* s) const {
+    const LD* p = &hi_[2 * (k >> h_)];
+    const LD* q = &lo_[2 * (k & ((std::int64_t{1} << h_) - 1))];
+    *c = p[0] * q[0] - p[1] * q[1];
+    *s = p[0] * q[1] + p[1] * q[0];
+  }
+
+ private:
+  int h_;
+  std::vector<LD> lo_, hi_;
+};
+
 // Three tones x[j] = a_t exp(-+2 pi i f_t j / n) (the sign opposite to the
 // transform's) go to n a_t at bin f_t and nothing elsewhere.
 template <class R>
@@ -19,26 +48,12 @@ void check_tones(int e, bool inv, bool in_place) {
   const std::int64_t f[3] = {(n * 5 / 13) | 1, n - 1 - n / 7, (n / 2 + n / 8 + 1)};
   const double a[3][2] = {{1.0, 0.5}, {-0.75, 0.25}, {0.3, -1.1}};
   std::vector<R> x(2 * n), y(in_place ? 0 : 2 * n);
-  // exp(+-2 pi i k / n) as hi[k >> h] * lo[k & (2^h - 1)], in long double.
-  const int h = e / 2;
-  const LD sg = inv ? -1 : 1;
-  std::vector<LD> lo(2 << h), hi(2 << (e - h));
-  for (std::int64_t k = 0; k < (std::int64_t{1} << h); ++k) {
-    lo[2 * k] = cosl(kTwoPi * k / n);
-    lo[2 * k + 1] = sg * sinl(kTwoPi * k / n);
-  }
-  for (std::int64_t k = 0; k < (std::int64_t{1} << (e - h)); ++k) {
-    hi[2 * k] = cosl(kTwoPi * (k << h) / n);
-    hi[2 * k + 1] = sg * sinl(kTwoPi * (k << h) / n);
-  }
-  const std::int64_t mask = (std::int64_t{1} << h) - 1;
+  const Roots w(e, inv ? -1 : 1);
   for (std::int64_t j = 0; j < n; ++j) {
     LD re = 0, im = 0;
     for (int t = 0; t < 3; ++t) {
-      const std::int64_t k = (f[t] % n) * j % n;
-      const LD* p = &hi[2 * (k >> h)];
-      const LD* q = &lo[2 * (k & mask)];
-      const LD c = p[0] * q[0] - p[1] * q[1], s = p[0] * q[1] + p[1] * q[0];
+      LD c, s;
+      w.at((f[t] % n) * j % n, &c, &s);
       re += a[t][0] * c - a[t][1] * s;
       im += a[t][0] * s + a[t][1] * c;
     }
@@ -94,22 +109,11 @@ void check_halves(int e, bool inv) {
   ASSERT_EQ(whole.run_raw(inv, x.data(), y.data()), 0);
   ASSERT_EQ(part.run_raw(inv, ev.data(), E.data()), 0);
   ASSERT_EQ(part.run_raw(inv, od.data(), O.data()), 0);
-  const int h = e / 2;
-  const LD sg = inv ? 1 : -1;
-  std::vector<LD> lo(2 << h), hi(2 << (e - h));
-  for (std::int64_t k = 0; k < (std::int64_t{1} << h); ++k) {
-    lo[2 * k] = cosl(kTwoPi * k / n);
-    lo[2 * k + 1] = sg * sinl(kTwoPi * k / n);
-  }
-  for (std::int64_t k = 0; k < (std::int64_t{1} << (e - h)); ++k) {
-    hi[2 * k] = cosl(kTwoPi * (k << h) / n);
-    hi[2 * k + 1] = sg * sinl(kTwoPi * (k << h) / n);
-  }
+  const Roots w(e, inv ? 1 : -1);
   LD num = 0, den = 0;
   for (std::int64_t k = 0; k < n; ++k) {
-    const LD* p = &hi[2 * (k >> h)];
-    const LD* q = &lo[2 * (k & ((std::int64_t{1} << h) - 1))];
-    const LD c = p[0] * q[0] - p[1] * q[1], s = p[0] * q[1] + p[1] * q[0];
+    LD c, s;
+    w.at(k, &c, &s);
     const std::int64_t m = k % half;
     const LD orr = O[2 * m], oi = O[2 * m + 1];
     const LD wr = E[2 * m] + c * orr - s * oi, wi = E[2 * m + 1] + c * oi + s * orr;

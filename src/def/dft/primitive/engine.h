@@ -103,23 +103,34 @@ void step_first(const R* src, R* dst, int m, const R* tw, const R* twd) {
   }
 }
 
+// The walk of a step: Q contiguous columns, sl slices, element strides is
+// and os, and the strides js, ks between the radix's inputs and outputs.
+// Rows of Q * sl contiguous columns on both sides fold into one slice.
+struct Walk {
+  i64 Q, sl, is, os, js, ks;
+  explicit Walk(const Step& st) : Q(st.Q), sl(st.sl), is(st.is), os(st.os) {
+    if (is == Q && os == Q) {
+      Q *= sl;
+      is = os = Q;
+      sl = 1;
+    }
+    js = is * sl * st.m;
+    ks = os * sl;
+  }
+};
+
 // A self-sorting step of fixed radix P.
 template <int P, bool INV, class R>
 void step_fixed(const R* src, R* dst, const Step& st) {
   using W = typename VecSet<R>::W;
-  i64 Q = st.Q, sl = st.sl, is = st.is, os = st.os;
+  const Walk w(st);
+  const i64 Q = w.Q, sl = w.sl, is = w.is, os = w.os, js = w.js, ks = w.ks;
   const int m = st.m;
   const R* tw = static_cast<const R*>(st.tw);
-  if (is == Q && os == Q) {  // rows of Q*sl contiguous columns
-    Q *= sl;
-    is = os = Q;
-    sl = 1;
-  }
   if (W::N > 1 && Q == 1 && sl == 1 && is == 1 && os == 1 && m >= W::N) {
     step_first<P, INV>(src, dst, m, tw, static_cast<const R*>(st.twd));
     return;
   }
-  const i64 js = is * sl * m, ks = os * sl;
   typename Tw<W>::type tws[P];
   for (int p = 0; p < m; ++p) {
     const R* twp = tw != nullptr ? tw + 2 * i64{p} : nullptr;
@@ -173,16 +184,11 @@ template <bool INV, class R>
 void step_generic(const R* src, R* dst, const Step& st) {
   using W = typename VecSet<R>::W;
   using O = typename VecSet<R>::O;
-  i64 Q = st.Q, sl = st.sl, is = st.is, os = st.os;
+  const Walk w(st);
+  const i64 Q = w.Q, sl = w.sl, is = w.is, os = w.os, js = w.js, ks = w.ks;
   const int m = st.m, r = st.r;
   const R* tw = static_cast<const R*>(st.tw);
   const R* tab = static_cast<const R*>(st.tab);
-  if (is == Q && os == Q) {
-    Q *= sl;
-    is = os = Q;
-    sl = 1;
-  }
-  const i64 js = is * sl * m, ks = os * sl;
   W spw[80], dmw[80];
   O spo[80], dmo[80];
   for (int p = 0; p < m; ++p) {
@@ -265,15 +271,10 @@ void split_first(const double* src, double* dst, int m, const double* tw) {
 // Middle (OUT_IL false) or last (true) step on split blocks.
 template <int P, bool INV, bool OUT_IL>
 void split_step(const double* src, double* dst, const Step& st) {
-  i64 Q = st.Q, sl = st.sl, is = st.is, os = st.os;
+  const Walk w(st);
+  const i64 Q = w.Q, sl = w.sl, is = w.is, os = w.os, js = w.js, ks = w.ks;
   const int m = st.m;
   const double* tw = static_cast<const double*>(st.tw);
-  if (is == Q && os == Q) {
-    Q *= sl;
-    is = os = Q;
-    sl = 1;
-  }
-  const i64 js = is * sl * m, ks = os * sl;
   D2T tws[P];
   for (int p = 0; p < m; ++p) {
     if (tw != nullptr)
