@@ -14,6 +14,7 @@
 #include <cstdint>
 
 #include "frame/isa.h"
+#include "frame/prefetch.h"
 #include "frame/types.h"
 
 QOR_ISA_BEGIN
@@ -41,18 +42,6 @@ inline bool unit_pair(i64 incx, i64 incy) { return (incx == 1 && incy == 1) || (
 // The first logical element of a vector with a negative stride.
 inline i64 start_of(i64 n, i64 inc) { return inc < 0 ? (1 - n) * inc : 0; }
 inline i64 abs_i(i64 v) { return v < 0 ? -v : v; }
-
-// Streams longer than the caches outrun the hardware prefetcher on a single
-// core; asking for the line 2 KiB ahead keeps enough misses in flight to
-// reach the memory bandwidth. Past the end of a vector the hint is harmless:
-// prefetches do not fault. One call per 64-byte line of each stream.
-constexpr i64 kPrefetchBytes = 2048;
-template <class T> inline void prefetch_ahead(const T* p) {
-  __builtin_prefetch(reinterpret_cast<const char*>(p) + kPrefetchBytes, 0, 3);
-}
-template <class T> inline void prefetch_ahead_w(const T* p) {
-  __builtin_prefetch(reinterpret_cast<const char*>(p) + kPrefetchBytes, 1, 3);
-}
 
 template <class R> struct simd;
 

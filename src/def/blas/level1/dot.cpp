@@ -33,10 +33,10 @@ R dot(i64 n, cep<R> x, i64 incx, cep<R> y, i64 incy) {
       for (; i < n && !aligned16(x + i); ++i) a0 = S::add1(a0, S::mul1(S::load1(x + i), S::load1(y + i)));
       for (; i + 8 * L <= n; i += 8 * L) {
         // A block is 128 bytes: two lines of each vector.
-        prefetch_ahead(x + i);
-        prefetch_ahead(x + i + 4 * L);
-        prefetch_ahead(y + i);
-        prefetch_ahead(y + i + 4 * L);
+        prefetch_read(x + i);
+        prefetch_read(x + i + 4 * L);
+        prefetch_read(y + i);
+        prefetch_read(y + i + 4 * L);
         a0 = S::add(a0, S::mul(S::load(x + i), S::load(y + i)));
         a1 = S::add(a1, S::mul(S::load(x + i + L), S::load(y + i + L)));
         a2 = S::add(a2, S::mul(S::load(x + i + 2 * L), S::load(y + i + 2 * L)));
@@ -128,10 +128,10 @@ void cdot(ep<R> res, i64 n, cep<R> x, i64 incx, cep<R> y, i64 incy) {
   i64 i = 0;
   if (incx == 1 && incy == 1 && aligned16(x) && aligned16(y)) {
     for (; i + 8 * E <= n; i += 8 * E) {
-      prefetch_ahead(x + 2 * i);
-      prefetch_ahead(x + 2 * i + 4 * S::lanes);
-      prefetch_ahead(y + 2 * i);
-      prefetch_ahead(y + 2 * i + 4 * S::lanes);
+      prefetch_read(x + 2 * i);
+      prefetch_read(x + 2 * i + 4 * S::lanes);
+      prefetch_read(y + 2 * i);
+      prefetch_read(y + 2 * i + 4 * S::lanes);
       for (i64 k = 0; k < 8; k += 2) {
         step(s0, w0, S::load(x + 2 * (i + k * E)), S::load(y + 2 * (i + k * E)));
         step(s1, w1, S::load(x + 2 * (i + (k + 1) * E)), S::load(y + 2 * (i + (k + 1) * E)));

@@ -124,7 +124,7 @@ __attribute__((noinline)) real_t<T> extreme_value(i64 n, cep<real_t<T>> x, i64 i
       constexpr bool A = decltype(aligned)::value;
       for (; i + B <= n; i += B) {
         for (i64 line = 0; line < W * B * i64(sizeof(real_t<T>)); line += 64)
-          prefetch_ahead(reinterpret_cast<const char*>(x + W * i) + line);
+          prefetch_read(reinterpret_cast<const char*>(x + W * i) + line);
         m0 = O::op(m0, M::template vals<A>(x + W * i));
         m1 = O::op(m1, M::template vals<A>(x + W * (i + L)));
         m2 = O::op(m2, M::template vals<A>(x + W * (i + 2 * L)));

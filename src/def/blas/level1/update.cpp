@@ -34,10 +34,10 @@ void axpy(i64 n, R alpha, cep<R> x, i64 incx, ep<R> y, i64 incy) {
     if (aligned16(x + i)) {
       auto step = [&](i64 j) { S::store(y + j, S::add(S::load(y + j), S::mul(a, S::load(x + j)))); };
       for (; i + 8 * L <= n; i += 8 * L) {
-        prefetch_ahead(x + i);
-        prefetch_ahead(x + i + 4 * L);
-        prefetch_ahead_w(y + i);
-        prefetch_ahead_w(y + i + 4 * L);
+        prefetch_read(x + i);
+        prefetch_read(x + i + 4 * L);
+        prefetch_write(y + i);
+        prefetch_write(y + i + 4 * L);
         for (i64 k = 0; k < 8; ++k) step(i + k * L);
       }
       if (i + 4 * L <= n) {
@@ -97,8 +97,8 @@ void caxpy(i64 n, const R* alpha, cep<R> x, i64 incx, ep<R> y, i64 incy) {
   if (unit_pair(incx, incy) && element_aligned<R>(x) && element_aligned<R>(y)) {
     if (aligned16(x) && aligned16(y)) {
       for (; i + 4 * E <= n; i += 4 * E) {
-        prefetch_ahead(x + 2 * i);
-        prefetch_ahead_w(y + 2 * i);
+        prefetch_read(x + 2 * i);
+        prefetch_write(y + 2 * i);
         for (i64 k = 0; k < 4 * E; k += E) S::store(y + 2 * (i + k), S::add(S::load(y + 2 * (i + k)), m(S::load(x + 2 * (i + k)))));
       }
     } else {
@@ -186,7 +186,7 @@ void scal(i64 n, R alpha, ep<R> x, i64 incx) {
     for (; i < n && !aligned16(x + i); ++i) x[i] *= alpha;
     auto step = [&](i64 j) { S::store(x + j, S::mul(S::load(x + j), a)); };
     for (; i + 4 * L <= n; i += 4 * L) {
-      prefetch_ahead_w(x + i);
+      prefetch_write(x + i);
       for (i64 k = 0; k < 4; ++k) step(i + k * L);
     }
     if (i + 2 * L <= n) {

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "frame/isa.h"
+#include "frame/prefetch.h"
 #include "frame/types.h"
 
 QOR_ISA_BEGIN
@@ -19,20 +20,6 @@ inline constexpr int kVecBytes = 32;
 #else
 inline constexpr int kVecBytes = 16;
 #endif
-
-// Software prefetch distance for the streams through A, in bytes: far
-// enough ahead to cover memory latency for the few column streams a kernel
-// walks at once.
-inline constexpr int kPrefetchBytes = 2048;
-
-template <class P>
-inline void prefetch_read(const P* p) {
-  __builtin_prefetch(reinterpret_cast<const char*>(p) + kPrefetchBytes, 0, 3);
-}
-template <class P>
-inline void prefetch_write(const P* p) {
-  __builtin_prefetch(reinterpret_cast<const char*>(p) + kPrefetchBytes, 1, 3);
-}
 
 template <class R>
 struct Vec {
