@@ -12,13 +12,6 @@
 
 namespace qor::core::l2::direct {
 
-// Element i of a vector of n elements with stride inc (negative strides
-// start at the far end, as in the reference BLAS).
-template <class T>
-inline T& at(T* v, i64 n, i64 inc, i64 i) {
-  return v[(inc < 0 ? (1 - n) * inc : 0) + i * inc];
-}
-
 // Where element (i, j) of a row-major Hermitian matrix is stored, or null
 // outside the band. The other triangle is read as the conjugate of the
 // mirror element, and the diagonal as its real part.

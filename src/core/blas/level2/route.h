@@ -58,6 +58,13 @@ inline T conj(T v) {
   }
 }
 
+// Element i of a vector of n elements with stride inc (negative strides
+// start at the far end, as in the reference BLAS).
+template <class T>
+inline T& at(T* v, i64 n, i64 inc, i64 i) {
+  return v[(inc < 0 ? (1 - n) * inc : 0) + i * inc];
+}
+
 // Conjugates the n elements of a vector in place (exactly undone by a
 // second call).
 template <class T>
@@ -79,8 +86,7 @@ class Conjugated {
     if (n < 1) return;
     copy_ = static_cast<T*>(qor_serv_allocate(n * static_cast<i64>(sizeof(T)), 64));
     if (copy_ == nullptr) return;
-    const T* first = inc < 0 ? x + (1 - n) * inc : x;
-    for (i64 i = 0; i < n; ++i) copy_[i] = conj(first[i * inc]);
+    for (i64 i = 0; i < n; ++i) copy_[i] = conj(at(x, n, inc, i));
   }
   ~Conjugated() {
     if (copy_ != nullptr) qor_serv_deallocate(copy_);
