@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <string>
 #include <vector>
 
@@ -41,17 +40,12 @@ std::vector<double> filled(std::size_t n, unsigned seed) {
 double clock_ghz() {
   constexpr long steps = 100000000;
   long v = 3;
-  auto cpu = [] {
-    timespec t;
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-    return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
-  };
-  const double t0 = cpu();
+  const double t0 = qor::bench::thread_seconds();
   for (long i = 0; i < steps / 8; ++i)
     asm volatile("imul %0, %0\n\timul %0, %0\n\timul %0, %0\n\timul %0, %0\n\t"
                  "imul %0, %0\n\timul %0, %0\n\timul %0, %0\n\timul %0, %0"
                  : "+r"(v));
-  return 3.0 * static_cast<double>(steps) / (cpu() - t0) / 1e9;
+  return 3.0 * static_cast<double>(steps) / (qor::bench::thread_seconds() - t0) / 1e9;
 }
 
 struct Runner {

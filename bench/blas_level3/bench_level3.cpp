@@ -17,7 +17,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -64,12 +63,6 @@ using Gemm = void(CBLAS_LAYOUT, CBLAS_TRANSPOSE, CBLAS_TRANSPOSE, int, int, int,
 
 bool cputime = false;
 
-double thread_seconds() {
-  timespec t;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-  return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
-}
-
 std::vector<double> random_vec(std::size_t n, unsigned seed) {
   std::vector<double> v(n);
   unsigned s = seed;
@@ -95,12 +88,12 @@ double timed(Reset&& reset, Call&& call, double work) {
   const double budget = 0.3;
   double best = 1e300, total = 0;
   const int min_reps = work > 2e10 ? 1 : 3;
-  const bool cpu = cputime && qor_get_max_threads() == 1;
+  double (*clock)() = cputime && qor_get_max_threads() == 1 ? qor::bench::thread_seconds : qor::bench::now;
   for (int r = 0; r < min_reps || total < budget; ++r) {
     reset();
-    const double t0 = cpu ? thread_seconds() : qor::bench::now();
+    const double t0 = clock();
     call();
-    const double t = (cpu ? thread_seconds() : qor::bench::now()) - t0;
+    const double t = clock() - t0;
     total += t;
     if (t < best) best = t;
     if (r > 200) break;

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 
 #include <chrono>
+#include <ctime>
 #include <cstdio>
 
 namespace qor::bench {
@@ -38,6 +39,12 @@ Peer& blis() {
 }
 
 double now() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
+
+double thread_seconds() {
+  timespec t;
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+  return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
+}
 
 void report(const std::string& what, const std::string& size, double ours_s, const char* unit, double work,
             const std::string& peer1, double peer1_s, const std::string& peer2, double peer2_s) {

@@ -18,7 +18,6 @@
 
 namespace {
 
-using qor::bench::best_time;
 using qor::bench::report;
 
 double flops(long n) { return 5.0 * n * std::log2(static_cast<double>(n)) * 1e-9; }
@@ -31,17 +30,6 @@ void fill(float* x, long count) {
 }
 
 double seconds_for(long n) { return n >= (1L << 20) ? 0.2 : 0.1; }
-
-// Best times of ours and the peer, measured in alternation over a few
-// rounds, so that a busy spell of the machine hits both alike.
-template <class A, class B>
-void alternate(A&& ours, B&& peer, double seconds, double* t_ours, double* t_peer) {
-  *t_ours = *t_peer = 1e300;
-  for (int round = 0; round < 3; ++round) {
-    *t_ours = std::min(*t_ours, best_time(ours, seconds));
-    *t_peer = std::min(*t_peer, best_time(peer, seconds));
-  }
-}
 
 void bench_double(long n) {
   qor_zups_dft_spec* spec = nullptr;
@@ -57,9 +45,10 @@ void bench_double(long n) {
   fftw_plan plan = fftw_plan_dft_1d(static_cast<int>(n), reinterpret_cast<fftw_complex*>(in),
                                     reinterpret_cast<fftw_complex*>(out), FFTW_FORWARD, FFTW_MEASURE);
   fill(reinterpret_cast<double*>(in), 2 * n);
-  double t_qor, t_fftw;
-  alternate([&] { qor_dft_zupsDFTFwd_CToC_64fc(in, out, spec, buf.data()); }, [&] { fftw_execute(plan); },
-            seconds_for(n), &t_qor, &t_fftw);
+  // Three rounds of each, alternating, so that a busy spell of the machine
+  // hits both alike.
+  const auto [t_qor, t_fftw] = qor::bench::best_times_alternating(
+      [&] { qor_dft_zupsDFTFwd_CToC_64fc(in, out, spec, buf.data()); }, [&] { fftw_execute(plan); }, 3 * seconds_for(n));
   report("z fwd", std::to_string(n), t_qor, "GFLOP/s", flops(n), "FFTW", t_fftw);
   fftw_destroy_plan(plan);
   fftw_free(in);
@@ -81,9 +70,10 @@ void bench_single(long n) {
   fftwf_plan plan = fftwf_plan_dft_1d(static_cast<int>(n), reinterpret_cast<fftwf_complex*>(in),
                                       reinterpret_cast<fftwf_complex*>(out), FFTW_FORWARD, FFTW_MEASURE);
   fill(reinterpret_cast<float*>(in), 2 * n);
-  double t_qor, t_fftw;
-  alternate([&] { qor_dft_zupsDFTFwd_CToC_32fc(in, out, spec, buf.data()); }, [&] { fftwf_execute(plan); },
-            seconds_for(n), &t_qor, &t_fftw);
+  // Three rounds of each, alternating, so that a busy spell of the machine
+  // hits both alike.
+  const auto [t_qor, t_fftw] = qor::bench::best_times_alternating(
+      [&] { qor_dft_zupsDFTFwd_CToC_32fc(in, out, spec, buf.data()); }, [&] { fftwf_execute(plan); }, 3 * seconds_for(n));
   report("c fwd", std::to_string(n), t_qor, "GFLOP/s", flops(n), "FFTW", t_fftw);
   fftwf_destroy_plan(plan);
   fftwf_free(in);

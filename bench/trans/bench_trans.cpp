@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <algorithm>
 #include <utility>
 #include <string>
@@ -31,36 +30,15 @@ std::string shape(std::size_t r, std::size_t c) { return std::to_string(r) + "x"
 // threads it is elapsed time.
 bool g_cpu_clock = true;
 
-double seconds() {
-  if (!g_cpu_clock) return qor::bench::now();
-  timespec ts;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-  return static_cast<double>(ts.tv_sec) + 1e-9 * static_cast<double>(ts.tv_nsec);
-}
-
-template <class F>
-double best_seconds(F&& body, double min_seconds, int min_reps) {
-  double best = 1e300, total = 0;
-  for (int r = 0; r < min_reps || total < min_seconds; ++r) {
-    const double t0 = seconds();
-    body();
-    const double t = seconds() - t0;
-    total += t;
-    best = std::min(best, t);
-  }
-  return best;
-}
+double seconds() { return g_cpu_clock ? qor::bench::thread_seconds() : qor::bench::now(); }
 
 // Best times of two bodies measured in alternation, so that both see the
 // same conditions.
 template <class F, class G>
 std::pair<double, double> duel(F&& ours, G&& peer, bool have_peer = true) {
-  double a = 1e300, b = 1e300;
-  for (int round = 0; round < 6; ++round) {
-    a = std::min(a, best_seconds(ours, 0.03, 2));
-    if (have_peer) b = std::min(b, best_seconds(peer, 0.03, 2));
-  }
-  return {a, have_peer ? b : 0.0};
+  if (!have_peer) return {qor::bench::best_time(ours, 0.18, 12, seconds), 0.0};
+  const auto t = qor::bench::best_times_alternating(ours, peer, 0.18, 6, 2, seconds);
+  return {t.first, t.second};
 }
 
 }  // namespace
