@@ -398,6 +398,25 @@ TEST(Products, PathsAndFailedAllocations) {
       g, true);
   check_mixed<c64>(&qor_blas_dzgemm, g);
   qor_fault_reset();
+  // Only the first request refused: symm loses its depth panel but keeps
+  // the square of its block fallback.
+  for (char side : {'L', 'R'}) {
+    const i64 m = 300, n = 270, k = side == 'L' ? m : n;
+    const Mat<double> a = random_mat<double>(k, k, g), b = random_mat<double>(m, n, g);
+    Mat<double> c = random_mat<double>(m, n, g), want = c;
+    const double alpha = 0.5, beta = -1;
+    const Mat<double> af = full_sym(a, 'U', false);
+    if (side == 'L') {
+      ref_gemm<double>('N', 'N', alpha, af, b, beta, want);
+    } else {
+      ref_gemm<double>('N', 'N', alpha, b, af, beta, want);
+    }
+    const i64 lda = a.ld, ldb = b.ld, ldc = c.ld;
+    qor_fault_fail_next(QOR_POOL_BOTH, 1);
+    qor_blas_dsymm(&side, "U", &m, &n, &alpha, a.data(), &lda, b.data(), &ldb, &beta, c.data(), &ldc);
+    EXPECT_LT(rel_diff(c, want), tol<double>(k)) << side;
+  }
+  qor_fault_reset();
   EXPECT_GT(watch.failures(), 0);
 }
 

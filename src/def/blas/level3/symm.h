@@ -2,12 +2,18 @@
 // C = alpha A B + beta C (left) or alpha B A + beta C (right), A m x m or
 // n x n with one triangle stored.
 //
-// A is cut into square blocks. The blocks off the diagonal are stored
-// whole, in the triangle given or mirrored from the other, so each block
-// row (left) or block column (right) of C is three GEMM calls: the blocks
-// before the diagonal, the diagonal block and the blocks after it. The
-// diagonal block is first expanded into a full square (plain code, O(nb^2));
-// without a work square it is multiplied by plain loops.
+// The product is one GEMM per depth block of 256: the block column of the
+// full A (left; the block row, right) is expanded from the stored triangle
+// into a dense panel (plain code, O(order * 256) per block), and GEMM adds
+// its product to C, beta applied by the first. So C is swept once per depth
+// block and B is packed once, as in a general product.
+//
+// Without room for the panel, A is cut into square blocks instead. The
+// blocks off the diagonal are stored whole, in the triangle given or
+// mirrored from the other, so each block row (left) or block column (right)
+// of C is three GEMM calls: the blocks before the diagonal, the diagonal
+// block and the blocks after it. The diagonal block is expanded into a
+// full square; without a work square it is multiplied by plain loops.
 #pragma once
 #include <cstdint>
 
@@ -32,6 +38,34 @@ inline T sym_elem(bool lower, bool herm, const T* a, i64 lda, i64 i, i64 j) {
   return stored ? a[i + j * lda] : conj_if(a[j + i * lda], herm);
 }
 
+// Block column p0..p0+w of the full A, ka x w, into `panel` (leading
+// dimension ka); for the right side its transpose's mirror, the block row
+// p0..p0+w, w x ka (leading dimension w). Each element comes from the
+// stored triangle: in place at or below the diagonal of a lower A, or
+// mirrored (conjugated if Hermitian) from across it.
+template <class T>
+void expand_block(bool left, bool lower, bool herm, i64 ka, i64 p0, i64 w, const T* a, i64 lda, T* panel) {
+  if (left) {
+    for (i64 j = 0; j < w; ++j) {
+      const i64 col = p0 + j;
+      T* dst = panel + j * ka;
+      // Rows before the diagonal: stored above it (upper) or across it.
+      for (i64 i = 0; i < col; ++i) dst[i] = lower ? conj_if(a[col + i * lda], herm) : a[i + col * lda];
+      dst[col] = herm ? T(re(a[col + col * lda])) : a[col + col * lda];
+      for (i64 i = col + 1; i < ka; ++i) dst[i] = lower ? a[i + col * lda] : conj_if(a[col + i * lda], herm);
+    }
+    return;
+  }
+  for (i64 j = 0; j < ka; ++j) {
+    T* dst = panel + j * w;
+    for (i64 i = 0; i < w; ++i) dst[i] = sym_elem(lower, herm, a, lda, p0 + i, j);
+  }
+}
+
+template <class T>
+void symm_blocks(bool left, bool lower, bool herm, i64 m, i64 n, T alpha, const T* a, i64 lda, const T* b, i64 ldb,
+                 T beta, T* c, i64 ldc);
+
 template <class T>
 void symm(bool left, bool lower, bool herm, i64 m, i64 n, T alpha, const T* a, i64 lda, const T* b, i64 ldb,
           T beta, T* c, i64 ldc) {
@@ -40,6 +74,31 @@ void symm(bool left, bool lower, bool herm, i64 m, i64 n, T alpha, const T* a, i
     scale(m, n, beta, c, ldc);
     return;
   }
+  const i64 ka = left ? m : n;  // order of A
+  const i64 nb = SymmBlocks<T>::nb;
+  const i64 wmax = ka < nb ? ka : nb;
+  T* panel = static_cast<T*>(qor_serv_allocate(static_cast<std::int64_t>(sizeof(T)) * ka * wmax, 128));
+  if (panel != nullptr) {
+    for (i64 p0 = 0; p0 < ka; p0 += nb) {
+      const i64 w = ka - p0 < nb ? ka - p0 : nb;
+      const T beta_p = p0 == 0 ? beta : T(1);
+      expand_block(left, lower, herm, ka, p0, w, a, lda, panel);
+      if (left) {
+        gemm<T>(kNoTrans, kNoTrans, m, n, w, alpha, panel, ka, b + p0, ldb, beta_p, c, ldc);
+      } else {
+        gemm<T>(kNoTrans, kNoTrans, m, n, w, alpha, b + p0 * ldb, ldb, panel, w, beta_p, c, ldc);
+      }
+    }
+    qor_serv_deallocate(panel);
+    return;
+  }
+  symm_blocks<T>(left, lower, herm, m, n, alpha, a, lda, b, ldb, beta, c, ldc);
+}
+
+// The product without the panel: square blocks, as described above.
+template <class T>
+void symm_blocks(bool left, bool lower, bool herm, i64 m, i64 n, T alpha, const T* a, i64 lda, const T* b, i64 ldb,
+                 T beta, T* c, i64 ldc) {
   const i64 ka = left ? m : n;  // order of A
   const i64 nb = SymmBlocks<T>::nb;
   const i64 wmax = ka < nb ? ka : nb;

@@ -4,18 +4,26 @@
 // The triangle is halved recursively. Of the two halves, the one whose new
 // value needs the other's old value is done first: it is multiplied by its
 // own diagonal block (recursion) and then receives the off-diagonal block
-// times the other half through GEMM. Leaves of at most 64 are plain loops.
+// times the other half through GEMM. A leaf, a triangle of at most 64, is
+// also a GEMM call: the triangle is copied into a dense square with zeros
+// in the other half, B's slab into a work copy, and the product written
+// back over B. That doubles the leaf's arithmetic but runs it at GEMM speed;
+// plain loops would cost more than all the off-diagonal blocks together. If
+// the work area is refused, the leaves are plain loops.
 #pragma once
 #include <cstdint>
 
 #include "blas/level3/elem.h"
 #include "blas/level3/gemm_ops.h"
 #include "blas/level3/trsm.h"
+#include "frame/services.h"
 
 QOR_ISA_BEGIN
 namespace l3 {
 
 inline constexpr i64 kTrmmLeaf = 64;
+// Columns (left) or rows (right) of B copied at a time by a GEMM leaf.
+inline constexpr i64 kTrmmSlab = 256;
 
 // The leaf: B(0:m, 0:n) = op(A) B or B op(A) for the whole small triangle,
 // in place, with no scaling.
@@ -73,11 +81,47 @@ void trmm_leaf(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
   }
 }
 
+// The leaf through GEMM. `work` holds kTrmmLeaf^2 + kTrmmLeaf * kTrmmSlab
+// elements: the dense triangle, then the copy of B's slab.
 template <class T>
-void trmm_rec(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
+void trmm_leaf_gemm(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb, T* work) {
+  const i64 s = t.left ? m : n;
+  T* d = work;
+  T* w = work + kTrmmLeaf * kTrmmLeaf;
+  // The stored triangle as it is; GEMM applies the transposition or
+  // conjugation to the whole square, the unit diagonal included.
+  for (i64 j = 0; j < s; ++j)
+    for (i64 i = 0; i < s; ++i) {
+      const bool stored = t.lower ? i > j : i < j;
+      d[i + j * s] = i == j ? (t.unit ? T(1) : a[i + i * lda]) : stored ? a[i + j * lda] : T(0);
+    }
+  const char* ta = op_text(t.trans, t.conj);
+  if (t.left) {
+    for (i64 j0 = 0; j0 < n; j0 += kTrmmSlab) {
+      const i64 cols = min_i(kTrmmSlab, n - j0);
+      for (i64 j = 0; j < cols; ++j)
+        for (i64 i = 0; i < s; ++i) w[i + j * s] = b[i + (j0 + j) * ldb];
+      gemm<T>(ta, kNoTrans, s, cols, s, T(1), d, s, w, s, T(0), b + j0 * ldb, ldb);
+    }
+  } else {
+    for (i64 r0 = 0; r0 < m; r0 += kTrmmSlab) {
+      const i64 rows = min_i(kTrmmSlab, m - r0);
+      for (i64 j = 0; j < s; ++j)
+        for (i64 i = 0; i < rows; ++i) w[i + j * rows] = b[r0 + i + j * ldb];
+      gemm<T>(kNoTrans, ta, rows, s, s, T(1), w, rows, d, s, T(0), b + r0, ldb);
+    }
+  }
+}
+
+template <class T>
+void trmm_rec(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb, T* work) {
   const i64 tri = t.left ? m : n;
   if (tri <= kTrmmLeaf) {
-    trmm_leaf<T>(t, m, n, a, lda, b, ldb);
+    if (work != nullptr) {
+      trmm_leaf_gemm<T>(t, m, n, a, lda, b, ldb, work);
+    } else {
+      trmm_leaf<T>(t, m, n, a, lda, b, ldb);
+    }
     return;
   }
   i64 h1 = ((tri / 2 + 15) / 16) * 16;
@@ -90,25 +134,25 @@ void trmm_rec(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
     T* b1 = b;
     T* b2 = b + h1;
     if (t.lower != t.trans) {  // op(A) lower: B2 = op(A22) B2 + op(A)21 B1 first
-      trmm_rec<T>(t, h2, n, a22, lda, b2, ldb);
+      trmm_rec<T>(t, h2, n, a22, lda, b2, ldb, work);
       gemm<T>(ta, kNoTrans, h2, n, h1, T(1), op_block(a, lda, t.trans, h1, 0), lda, b1, ldb, T(1), b2, ldb);
-      trmm_rec<T>(t, h1, n, a11, lda, b1, ldb);
+      trmm_rec<T>(t, h1, n, a11, lda, b1, ldb, work);
     } else {  // op(A) upper: B1 = op(A11) B1 + op(A)12 B2 first
-      trmm_rec<T>(t, h1, n, a11, lda, b1, ldb);
+      trmm_rec<T>(t, h1, n, a11, lda, b1, ldb, work);
       gemm<T>(ta, kNoTrans, h1, n, h2, T(1), op_block(a, lda, t.trans, 0, h1), lda, b2, ldb, T(1), b1, ldb);
-      trmm_rec<T>(t, h2, n, a22, lda, b2, ldb);
+      trmm_rec<T>(t, h2, n, a22, lda, b2, ldb, work);
     }
   } else {
     T* b1 = b;
     T* b2 = b + h1 * ldb;
     if (t.lower == t.trans) {  // op(A) upper: B2 = B2 op(A22) + B1 op(A)12 first
-      trmm_rec<T>(t, m, h2, a22, lda, b2, ldb);
+      trmm_rec<T>(t, m, h2, a22, lda, b2, ldb, work);
       gemm<T>(kNoTrans, ta, m, h2, h1, T(1), b1, ldb, op_block(a, lda, t.trans, 0, h1), lda, T(1), b2, ldb);
-      trmm_rec<T>(t, m, h1, a11, lda, b1, ldb);
+      trmm_rec<T>(t, m, h1, a11, lda, b1, ldb, work);
     } else {  // op(A) lower: B1 = B1 op(A11) + B2 op(A)21 first
-      trmm_rec<T>(t, m, h1, a11, lda, b1, ldb);
+      trmm_rec<T>(t, m, h1, a11, lda, b1, ldb, work);
       gemm<T>(kNoTrans, ta, m, h1, h2, T(1), b2, ldb, op_block(a, lda, t.trans, h1, 0), lda, T(1), b1, ldb);
-      trmm_rec<T>(t, m, h2, a22, lda, b2, ldb);
+      trmm_rec<T>(t, m, h2, a22, lda, b2, ldb, work);
     }
   }
 }
@@ -121,7 +165,10 @@ void trmm(const Tri& t, i64 m, i64 n, T alpha, const T* a, i64 lda, T* b, i64 ld
     return;
   }
   scale(m, n, alpha, b, ldb);
-  trmm_rec<T>(t, m, n, a, lda, b, ldb);
+  const i64 elems = kTrmmLeaf * (kTrmmLeaf + kTrmmSlab);
+  T* work = static_cast<T*>(qor_serv_allocate(static_cast<std::int64_t>(sizeof(T)) * elems, 128));
+  trmm_rec<T>(t, m, n, a, lda, b, ldb, work);
+  if (work != nullptr) qor_serv_deallocate(work);
 }
 
 }  // namespace l3
