@@ -140,6 +140,18 @@ TEST(FftOrders, TonesOnEveryPath) {
   });
 }
 
+// Every order of the radix engine on each processor's body: the plans
+// differ in where their radix-4 stages fall (one alone, or two that run
+// together), and each shape must hold on every body.
+TEST(FftOrders, RadixOrdersFromHalvesOnEveryPath) {
+  on_every_path([](int) {
+    for (int e = 6; e <= 16; ++e) {
+      check_halves<double>(e, e % 2 == 0);
+      check_halves<float>(e, e % 2 == 1);
+    }
+  });
+}
+
 // In place and out of place take different roads through the reordering
 // (the work buffer up to order 16, exchanged tiles beyond) but the same
 // arithmetic: the results agree to the bit.

@@ -10,8 +10,10 @@
 // Up to order 16 the first stage, one pass over the whole array, reads the
 // input through the table of bit-reversed group offsets (no separate
 // reordering pass); the stages after it that are short enough for the
-// first-level cache run per block. From order 17 the
-// data are bit-reversed in 32 x 32 tiles first; then each level splits the
+// first-level cache run per block. In the interleaved kernels two radix-4
+// stages that follow each other run as one pass (sixteen values held in
+// registers), which halves the loads and stores between them. From order
+// 17 the data are bit-reversed in 32 x 32 tiles first; then each level splits the
 // array into 2^blk contiguous transforms (done recursively), and combines
 // them across, a few columns at a time gathered into a small buffer.
 #pragma once
@@ -196,6 +198,45 @@ void stage_rows(const R* src, R* dst, i64 n, i64 m, const R* tw) {
   }
 }
 
+// Two radix-4 stages at once, m to 4m (twiddles tw1) and 4m to 16m (tw2):
+// the sixteen values at j + t m of each block of 16m go through both in
+// registers and back to the same places (so in place works too).
+template <bool INV, class R>
+void stage_rows_pair(const R* src, R* dst, i64 n, i64 m, const R* tw1, const R* tw2) {
+  using V = typename VecSet<R>::W;
+  constexpr int G = ::qor::dft::tw_group<R>();
+  for (i64 s0 = 0; s0 < n; s0 += 16 * m) {
+    const R* sp = src + 2 * s0;
+    R* dp = dst + 2 * s0;
+    for (i64 j = 0; j < m; j += V::N) {
+      const int l0 = static_cast<int>(j & 3);
+      const R* tg1 = tw1 + (j >> 2) * 3 * G;
+      V b[4][4];
+      sfor<0, 4>([&](auto s) __attribute__((always_inline)) {
+        V a[4];
+        a[0] = V::load(sp + 2 * (s * 4 * m + j));
+        sfor<1, 4>([&](auto r) __attribute__((always_inline)) {
+          a[r] = cmul(V::load(sp + 2 * (s * 4 * m + j + rev_digit<4>(r) * m)),
+                      lanes_of(tg1 + (r - 1) * G, l0, INV, static_cast<V*>(nullptr)));
+        });
+        Dft<4, INV, V>::run(a);
+        sfor<0, 4>([&](auto k) __attribute__((always_inline)) { b[s][k] = a[k]; });
+      });
+      sfor<0, 4>([&](auto k) __attribute__((always_inline)) {
+        const i64 j2 = j + k * m;
+        const R* tg2 = tw2 + (j2 >> 2) * 3 * G;
+        V a[4];
+        a[0] = b[0][k];
+        sfor<1, 4>([&](auto r) __attribute__((always_inline)) {
+          a[r] = cmul(b[rev_digit<4>(r)][k], lanes_of(tg2 + (r - 1) * G, l0, INV, static_cast<V*>(nullptr)));
+        });
+        Dft<4, INV, V>::run(a);
+        sfor<0, 4>([&](auto q) __attribute__((always_inline)) { a[q].store(dp + 2 * (j2 + q * 4 * m)); });
+      });
+    }
+  }
+}
+
 // ---- a stage across columns: rows of Q contiguous values ----------------------
 template <int P, bool INV, class R>
 void stage_cols(R* buf, i64 rows, i64 m, i64 Q, const R* tw) {
@@ -234,6 +275,23 @@ template <bool INV, class R>
 QV_INLINE void run_rows(int P, const R* src, R* dst, i64 n, i64 m, const void* tw) {
   if (P == 8) stage_rows<8, INV>(src, dst, n, m, static_cast<const R*>(tw));
   else stage_rows<4, INV>(src, dst, n, m, static_cast<const R*>(tw));
+}
+// Stages [lo, hi) of the plan over n elements from T, two radix-4 stages
+// at a time where they follow each other; the plan's last stage writes to
+// dst.
+template <bool INV, class R>
+void rows_range(const Pow2Stages& pl, int lo, int hi, R* T, R* dst, i64 n) {
+  const int last = pl.count - 1;
+  for (int i = lo; i < hi;) {
+    if (i + 1 < hi && pl.radix[i] == 4 && pl.radix[i + 1] == 4) {
+      stage_rows_pair<INV>(T, i + 1 == last ? dst : T, n, pl.m[i], static_cast<const R*>(pl.tw[i]),
+                           static_cast<const R*>(pl.tw[i + 1]));
+      i += 2;
+    } else {
+      run_rows<INV>(pl.radix[i], T, i == last ? dst : T, n, pl.m[i], pl.tw[i]);
+      ++i;
+    }
+  }
 }
 
 #if defined(__AVX2__)
@@ -357,16 +415,19 @@ template <bool INV, class R>
 void run_stages(const Pow2Stages& pl, const R* src, R* T, R* dst) {
   const i64 n = i64{1} << pl.order;
   const int P0 = pl.radix[0], last = pl.count - 1;
-  const i64 rstep = n / P0;
+  // Radices are powers of two: shifts, not divisions (a 64-bit division
+  // costs as much as a good part of a 64-point transform).
+  const int f0 = __builtin_ctz(static_cast<unsigned>(P0));
+  const i64 rstep = n >> f0;
   const i64 bl = pl.block_len;
 #if defined(__AVX2__)
   if constexpr (sizeof(R) == 8) {
     if (pl.first != nullptr) {
-      if (P0 == 8) first_split_all<8, INV>(src, T, n / 8, pl.first, rstep);
-      else first_split_all<4, INV>(src, T, n / 4, pl.first, rstep);
+      if (P0 == 8) first_split_all<8, INV>(src, T, rstep, pl.first, rstep);
+      else first_split_all<4, INV>(src, T, rstep, pl.first, rstep);
     }
     for (i64 o = 0; o < n; o += bl) {
-      if (pl.first == nullptr) split_first(P0, src, T, o / P0, (o + bl) / P0, INV);
+      if (pl.first == nullptr) split_first(P0, src, T, o >> f0, (o + bl) >> f0, INV);
       for (int i = 1; i < pl.block; ++i)
         split_rows<INV>(pl.radix[i], i == last, T + 2 * o, (i == last ? dst : T) + 2 * o, bl, pl.m[i], pl.tw[i]);
     }
@@ -376,15 +437,14 @@ void run_stages(const Pow2Stages& pl, const R* src, R* T, R* dst) {
   }
 #endif
   if (pl.first != nullptr) {
-    if (P0 == 8) first_stage_all<8, INV>(src, T, n / 8, pl.first, rstep);
-    else first_stage_all<4, INV>(src, T, n / 4, pl.first, rstep);
+    if (P0 == 8) first_stage_all<8, INV>(src, T, rstep, pl.first, rstep);
+    else first_stage_all<4, INV>(src, T, rstep, pl.first, rstep);
   }
   for (i64 o = 0; o < n; o += bl) {
-    if (pl.first == nullptr) run_first<INV>(P0, src, T, o / P0, (o + bl) / P0);
-    for (int i = 1; i < pl.block; ++i)
-      run_rows<INV>(pl.radix[i], T + 2 * o, (i == last ? dst : T) + 2 * o, bl, pl.m[i], pl.tw[i]);
+    if (pl.first == nullptr) run_first<INV>(P0, src, T, o >> f0, (o + bl) >> f0);
+    rows_range<INV>(pl, 1, pl.block, T + 2 * o, dst + 2 * o, bl);
   }
-  for (int i = pl.block; i < pl.count; ++i) run_rows<INV>(pl.radix[i], T, i == last ? dst : T, n, pl.m[i], pl.tw[i]);
+  rows_range<INV>(pl, pl.block, pl.count, T, dst, n);
   if (last == 0 && dst != T) std::memcpy(dst, T, static_cast<std::size_t>(n) * 2 * sizeof(R));
 }
 
