@@ -133,13 +133,18 @@ void tuned_body(AvxKernel<T> kzen, AvxKernel<T> kbdz, Op opa, Op opb, i64 m, i64
     T* bp = static_cast<T*>(bpv);
     const AvxKernel<T> kernel = qor_serv_cpuiszen() != 0 ? kzen : kbdz;
     const T one(1);
-    for (i64 j = 0; j < n; j += nb) {
-      const i64 nj = n - j < nb ? n - j : nb;
+    // The row block is the large one (up to thousands of rows) and the
+    // column block the small one (at most a few hundred columns), so A is
+    // packed once per row and depth block and used by every column block,
+    // and only the small B block is repacked. Packing A per column block
+    // instead would copy all of A again for every few hundred columns of C.
+    for (i64 i = 0; i < m; i += mb) {
+      const i64 mi = m - i < mb ? m - i : mb;
       for_depth_blocks(k, kb, [&](i64 l0, i64 d, bool first) {
-        pack_b_avx(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp);
-        for (i64 i = 0; i < m; i += mb) {
-          const i64 mi = m - i < mb ? m - i : mb;
-          pack_a_avx(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha);
+        pack_a_avx(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha);
+        for (i64 j = 0; j < n; j += nb) {
+          const i64 nj = n - j < nb ? n - j : nb;
+          pack_b_avx(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp);
           kernel(&mi, &nj, &d, ap, bp, first ? &beta : &one, c + i + j * ldc, &ldc);
         }
       });
