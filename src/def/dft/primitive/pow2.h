@@ -209,15 +209,20 @@ void stage_rows_pair(const R* src, R* dst, i64 n, i64 m, const R* tw1, const R* 
     const R* sp = src + 2 * s0;
     R* dp = dst + 2 * s0;
     for (i64 j = 0; j < m; j += V::N) {
+      // The stride between the sixteen values, hidden from the optimiser
+      // so that it forms each address from it instead of keeping sixteen
+      // precomputed offsets (more than there are registers) on the stack.
+      i64 ms = 2 * m;
+      asm("" : "+r"(ms));
       const int l0 = static_cast<int>(j & 3);
       const R* tg1 = tw1 + (j >> 2) * 3 * G;
       V b[4][4];
       sfor<0, 4>([&](auto s) __attribute__((always_inline)) {
+        const R* ps = sp + 2 * j + s * 4 * ms;
         V a[4];
-        a[0] = V::load(sp + 2 * (s * 4 * m + j));
+        a[0] = V::load(ps);
         sfor<1, 4>([&](auto r) __attribute__((always_inline)) {
-          a[r] = cmul(V::load(sp + 2 * (s * 4 * m + j + rev_digit<4>(r) * m)),
-                      lanes_of(tg1 + (r - 1) * G, l0, INV, static_cast<V*>(nullptr)));
+          a[r] = cmul(V::load(ps + rev_digit<4>(r) * ms), lanes_of(tg1 + (r - 1) * G, l0, INV, static_cast<V*>(nullptr)));
         });
         Dft<4, INV, V>::run(a);
         sfor<0, 4>([&](auto k) __attribute__((always_inline)) { b[s][k] = a[k]; });
@@ -231,7 +236,8 @@ void stage_rows_pair(const R* src, R* dst, i64 n, i64 m, const R* tw1, const R* 
           a[r] = cmul(b[rev_digit<4>(r)][k], lanes_of(tg2 + (r - 1) * G, l0, INV, static_cast<V*>(nullptr)));
         });
         Dft<4, INV, V>::run(a);
-        sfor<0, 4>([&](auto q) __attribute__((always_inline)) { a[q].store(dp + 2 * (j2 + q * 4 * m)); });
+        R* pd = dp + 2 * j + k * ms;
+        sfor<0, 4>([&](auto q) __attribute__((always_inline)) { a[q].store(pd + q * 4 * ms); });
       });
     }
   }
@@ -378,18 +384,22 @@ void stage_split(const double* src, double* dst, i64 n, i64 m, const double* tw)
     double* dp = dst + 2 * s;
     const double* tg = tw;
     for (i64 j = 0; j < m; j += 4, tg += (P - 1) * 8) {
+      i64 ms = 2 * m;  // addresses from the stride, not from P saved offsets
+      if constexpr (P > 4) asm("" : "+r"(ms));
+      const double* ps = sp + 2 * j;
+      double* pd = dp + 2 * j;
       SD4 a[P];
-      a[0] = SD4::load(sp + 2 * j);
+      a[0] = SD4::load(ps);
       sfor<1, P>([&](auto r) __attribute__((always_inline)) {
         const double* t = tg + (r - 1) * 8;
         __m256d im = _mm256_loadu_pd(t + 4);
         if constexpr (INV) im = _mm256_xor_pd(im, _mm256_set1_pd(-0.0));
-        a[r] = cmul(SD4::load(sp + 2 * (j + rev_digit<P>(r) * m)), D2T{_mm256_loadu_pd(t), im});
+        a[r] = cmul(SD4::load(ps + rev_digit<P>(r) * ms), D2T{_mm256_loadu_pd(t), im});
       });
       Dft<P, INV, SD4>::run(a);
       sfor<0, P>([&](auto k) __attribute__((always_inline)) {
-        if constexpr (OUT_IL) store_split_interleaved(a[k], dp + 2 * (j + k * m));
-        else a[k].store(dp + 2 * (j + k * m));
+        if constexpr (OUT_IL) store_split_interleaved(a[k], pd + k * ms);
+        else a[k].store(pd + k * ms);
       });
     }
   }
