@@ -35,7 +35,9 @@ TYPED_TEST_SUITE(Trmm, AllTypes);
 TYPED_TEST(Trmm, EveryCombination) {
   using T = TypeParam;
   Rng g(21);
-  const i64 sizes[][2] = {{1, 1}, {7, 5}, {65, 33}, {130, 97}, {97, 200}};
+  // Sizes across one and several leaves, and B wider (left) or taller
+  // (right) than one slab of the leaf copies.
+  const i64 sizes[][2] = {{1, 1}, {7, 5}, {65, 33}, {130, 97}, {97, 200}, {40, 300}, {300, 40}};
   int count = 0;
   for (char side : {'L', 'R'})
     for (char uplo : {'U', 'L'})
