@@ -166,8 +166,10 @@ void first_stage_all(const R* src, R* dst, i64 G, const std::int32_t* first, i64
   }
   for (i64 b = 0; b < q; ++b) {
     const R* x = src + 2 * i64{first[b]};
+    i64 rs = 2 * rstep;  // addresses from the stride, not from P saved offsets
+    if constexpr (P > 4) asm("" : "+r"(rs));
     V a[P];
-    sfor<0, P>([&](auto r) __attribute__((always_inline)) { a[r] = V::load(x + 2 * rstep * r); });
+    sfor<0, P>([&](auto r) __attribute__((always_inline)) { a[r] = V::load(x + rs * r); });
     Dft<P, INV, V>::run(a);
     R* d[NL];
     for (int i = 0; i < NL; ++i) d[i] = dst + 2 * P * b + lane_off[i];
@@ -187,13 +189,17 @@ void stage_rows(const R* src, R* dst, i64 n, i64 m, const R* tw) {
     for (i64 j = 0; j < m; j += V::N) {
       const R* tg = tw + (j >> 2) * (P - 1) * ::qor::dft::tw_group<R>();
       const int l0 = static_cast<int>(j & 3);
+      i64 ms = 2 * m;  // addresses from the stride, not from P saved offsets
+      if constexpr (P > 4) asm("" : "+r"(ms));
+      const R* ps = sp + 2 * j;
+      R* pd = dp + 2 * j;
       V a[P];
-      a[0] = V::load(sp + 2 * j);
+      a[0] = V::load(ps);
       sfor<1, P>([&](auto r) __attribute__((always_inline)) {
-        a[r] = cmul(V::load(sp + 2 * (j + rev_digit<P>(r) * m)), lanes_of(tg + (r - 1) * ::qor::dft::tw_group<R>(), l0, INV, static_cast<V*>(nullptr)));
+        a[r] = cmul(V::load(ps + rev_digit<P>(r) * ms), lanes_of(tg + (r - 1) * ::qor::dft::tw_group<R>(), l0, INV, static_cast<V*>(nullptr)));
       });
       Dft<P, INV, V>::run(a);
-      sfor<0, P>([&](auto k) __attribute__((always_inline)) { a[k].store(dp + 2 * (j + k * m)); });
+      sfor<0, P>([&](auto k) __attribute__((always_inline)) { a[k].store(pd + k * ms); });
     }
   }
 }
@@ -357,9 +363,11 @@ void first_split_all(const double* src, double* dst, i64 G, const std::int32_t* 
   const i64 q = G / 4;
   for (i64 b = 0; b < q; ++b) {
     const double* x = src + 2 * i64{first[b]};
+    i64 rs = 2 * rstep;  // addresses from the stride, not from P saved offsets
+    if constexpr (P > 4) asm("" : "+r"(rs));
     SD4 a[P];
     sfor<0, P>([&](auto r) __attribute__((always_inline)) {
-      const __m256d lo = _mm256_loadu_pd(x + 2 * rstep * r), hi = _mm256_loadu_pd(x + 2 * rstep * r + 4);
+      const __m256d lo = _mm256_loadu_pd(x + rs * r), hi = _mm256_loadu_pd(x + rs * r + 4);
       a[r] = SD4{_mm256_unpacklo_pd(lo, hi), _mm256_unpackhi_pd(lo, hi)};
     });
     Dft<P, INV, SD4>::run(a);
