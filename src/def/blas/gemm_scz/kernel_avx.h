@@ -16,6 +16,8 @@
 #pragma once
 #include <immintrin.h>
 
+#include <type_traits>
+
 #include "blas/gemm_scz/sse.h"
 #include "blas/gemm_scz/traits.h"
 
@@ -116,9 +118,11 @@ template <> struct chunk<c64, 2> { using K = D4; static constexpr int nv = 1; };
 template <> struct chunk<c64, 1> { using K = D2; static constexpr int nv = 1; };
 
 // rows x NC of C from a chunk of an A strip (as reals per depth step) and
-// a chunk of a B strip (bs reals per depth step).
+// NC columns of B: column j starts at bcol[j] and moves bs reals per depth
+// step (the columns of one call may come from two strips).
 template <class T, int rows, int NC>
-inline void micro(i64 k, const real_t<T>* a, i64 as, const real_t<T>* b, i64 bs, Beta mode, T beta, T* c, i64 ldc) {
+inline void micro(i64 k, const real_t<T>* a, i64 as, const real_t<T>* const* bcol, i64 bs, Beta mode, T beta, T* c,
+                  i64 ldc) {
   using C = chunk<T, rows>;
   using K = typename C::K;
   using V = typename K::V;
@@ -147,7 +151,7 @@ inline void micro(i64 k, const real_t<T>* a, i64 as, const real_t<T>* b, i64 bs,
       for (int v = 0; v < NV; ++v) av[v] = K::load(a + l * as + v * K::lanes);
 #pragma GCC unroll 8
       for (int j = 0; j < NC; ++j) {
-        const V bj = K::bcast(b + l * bs + j);
+        const V bj = K::bcast(bcol[j] + l * bs);
 #pragma GCC unroll 8
         for (int v = 0; v < NV; ++v) acc[j][v] = K::fma(av[v], bj, acc[j][v]);
       }
@@ -169,7 +173,7 @@ inline void micro(i64 k, const real_t<T>* a, i64 as, const real_t<T>* b, i64 bs,
       for (int v = 0; v < NV; ++v) av[v] = K::load(a + l * as + v * K::lanes);
 #pragma GCC unroll 8
       for (int j = 0; j < NC; ++j) {
-        const V br = K::bcast(b + l * bs + 2 * j), bi = K::bcast(b + l * bs + 2 * j + 1);
+        const V br = K::bcast(bcol[j] + l * bs), bi = K::bcast(bcol[j] + l * bs + 1);
 #pragma GCC unroll 8
         for (int v = 0; v < NV; ++v) {
           re[j][v] = K::fma(av[v], br, re[j][v]);
@@ -207,26 +211,56 @@ inline void micro(i64 k, const real_t<T>* a, i64 as, const real_t<T>* b, i64 bs,
   }
 }
 
-// All columns of one row chunk.
+// Columns j0.. of B for a micro call over NC columns: from the strip that
+// holds column j0 on into the next ones, all full strips of NR columns.
+template <class T, int NC>
+struct Cols {
+  const real_t<T>* p[NC];
+  Cols(const real_t<T>* b, i64 k, i64 j0) {
+    constexpr i64 NR = avx_shape<T>::nr, rr = reals<T>;
+    for (int j = 0; j < NC; ++j) {
+      const i64 col = j0 + j;
+      p[j] = b + (col / NR) * NR * k * rr + (col % NR) * rr;
+    }
+  }
+};
+
+// All columns of one row chunk. For s full strips are taken three at a time
+// as two calls of 6 columns: twelve accumulators hide the latency of the
+// multiply-add, where one strip of four gives only eight.
 template <class T, int rows>
 inline void row_chunk(i64 n, i64 k, const real_t<T>* a, i64 as, const real_t<T>* b, Beta mode, T beta, T* c, i64 ldc) {
   constexpr i64 NR = avx_shape<T>::nr, rr = reals<T>;
-  for (i64 j0 = 0; j0 < n; j0 += NR) {
+  i64 j0 = 0;
+  if constexpr (std::is_same_v<T, float> && rows == 16) {
+    for (; j0 + 12 <= n; j0 += 12) {
+      const Cols<T, 6> lo(b, k, j0), hi(b, k, j0 + 6);
+      micro<T, rows, 6>(k, a, as, lo.p, NR, mode, beta, c + j0 * ldc, ldc);
+      micro<T, rows, 6>(k, a, as, hi.p, NR, mode, beta, c + (j0 + 6) * ldc, ldc);
+    }
+  }
+  for (; j0 < n; j0 += NR) {
     const i64 w = n - j0 < NR ? n - j0 : NR;
     const real_t<T>* bs = b + j0 * k * rr;
     T* cj = c + j0 * ldc;
     if (w == NR) {
-      micro<T, rows, NR>(k, a, as, bs, NR * rr, mode, beta, cj, ldc);
+      const Cols<T, NR> cols(b, k, j0);
+      micro<T, rows, NR>(k, a, as, cols.p, NR * rr, mode, beta, cj, ldc);
       continue;
     }
+    // The last strip, w columns wide.
+    const real_t<T>* tail[2] = {bs, bs + rr};
     i64 q = 0;
     if constexpr (NR == 4) {
       if (w - q >= 2) {
-        micro<T, rows, 2>(k, a, as, bs + q * rr, w * rr, mode, beta, cj + q * ldc, ldc);
+        micro<T, rows, 2>(k, a, as, tail, w * rr, mode, beta, cj + q * ldc, ldc);
         q += 2;
       }
     }
-    if (w - q >= 1) micro<T, rows, 1>(k, a, as, bs + q * rr, w * rr, mode, beta, cj + q * ldc, ldc);
+    if (w - q >= 1) {
+      const real_t<T>* one[1] = {bs + q * rr};
+      micro<T, rows, 1>(k, a, as, one, w * rr, mode, beta, cj + q * ldc, ldc);
+    }
   }
 }
 
