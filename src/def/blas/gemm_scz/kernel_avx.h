@@ -16,8 +16,6 @@
 #pragma once
 #include <immintrin.h>
 
-#include <type_traits>
-
 #include "blas/gemm_scz/sse.h"
 #include "blas/gemm_scz/traits.h"
 
@@ -225,18 +223,25 @@ struct Cols {
   }
 };
 
-// All columns of one row chunk. For s full strips are taken three at a time
-// as two calls of 6 columns: twelve accumulators hide the latency of the
-// multiply-add, where one strip of four gives only eight.
+// Columns of the wide tile of a full row chunk: one strip of B gives only
+// eight accumulators (s: 2 vectors x 4 columns; c, z: 2 vectors x 2 columns
+// x real and imaginary), too few to hide the latency of the multiply-add;
+// three strips are taken as two tiles of one and a half strips, twelve
+// accumulators each. 0: no wide tile.
+template <class T, int rows>
+inline constexpr int kWide = rows == avx_shape<T>::mr ? static_cast<int>(avx_shape<T>::nr * 3 / 2) : 0;
+
+// All columns of one row chunk.
 template <class T, int rows>
 inline void row_chunk(i64 n, i64 k, const real_t<T>* a, i64 as, const real_t<T>* b, Beta mode, T beta, T* c, i64 ldc) {
   constexpr i64 NR = avx_shape<T>::nr, rr = reals<T>;
   i64 j0 = 0;
-  if constexpr (std::is_same_v<T, float> && rows == 16) {
-    for (; j0 + 12 <= n; j0 += 12) {
-      const Cols<T, 6> lo(b, k, j0), hi(b, k, j0 + 6);
-      micro<T, rows, 6>(k, a, as, lo.p, NR, mode, beta, c + j0 * ldc, ldc);
-      micro<T, rows, 6>(k, a, as, hi.p, NR, mode, beta, c + (j0 + 6) * ldc, ldc);
+  if constexpr (kWide<T, rows> != 0) {
+    constexpr int W = kWide<T, rows>;
+    for (; j0 + 2 * W <= n; j0 += 2 * W) {
+      const Cols<T, W> lo(b, k, j0), hi(b, k, j0 + W);
+      micro<T, rows, W>(k, a, as, lo.p, NR * rr, mode, beta, c + j0 * ldc, ldc);
+      micro<T, rows, W>(k, a, as, hi.p, NR * rr, mode, beta, c + (j0 + W) * ldc, ldc);
     }
   }
   for (; j0 < n; j0 += NR) {
