@@ -81,13 +81,13 @@ void trmm_leaf(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
   }
 }
 
-// The leaf through GEMM. `work` holds kTrmmLeaf^2 + kTrmmLeaf * kTrmmSlab
-// elements: the dense triangle, then the copy of B's slab.
+// The leaf through GEMM. `work` holds the dense s x s triangle, then the
+// copy of B's slab, s by at most kTrmmSlab.
 template <class T>
 void trmm_leaf_gemm(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb, T* work) {
   const i64 s = t.left ? m : n;
   T* d = work;
-  T* w = work + kTrmmLeaf * kTrmmLeaf;
+  T* w = work + s * s;
   // The stored triangle as it is; GEMM applies the transposition or
   // conjugation to the whole square, the unit diagonal included.
   for (i64 j = 0; j < s; ++j)
@@ -165,7 +165,9 @@ void trmm(const Tri& t, i64 m, i64 n, T alpha, const T* a, i64 lda, T* b, i64 ld
     return;
   }
   scale(m, n, alpha, b, ldb);
-  const i64 elems = kTrmmLeaf * (kTrmmLeaf + kTrmmSlab);
+  // Room for the largest leaf of this problem and its widest slab.
+  const i64 leaf = min_i(t.left ? m : n, kTrmmLeaf), slab = min_i(t.left ? n : m, kTrmmSlab);
+  const i64 elems = leaf * (leaf + slab);
   T* work = static_cast<T*>(qor_serv_allocate(static_cast<std::int64_t>(sizeof(T)) * elems, 128));
   trmm_rec<T>(t, m, n, a, lda, b, ldb, work);
   if (work != nullptr) qor_serv_deallocate(work);
