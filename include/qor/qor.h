@@ -106,7 +106,8 @@ QOR_API void qor_alloc_stats(int pool, qor_alloc_counts* out);
 
 /* ---- Diagnostics ----------------------------------------------------------
  * Warnings (a routine met a null allocation) and argument errors (xerbla)
- * go to standard error. A handler set here receives them instead. */
+ * go to standard error. A handler set here receives them instead, one
+ * message at a time even when the threads of a team report together. */
 typedef void (*qor_message_handler)(int kind, const char* routine, const char* text, void* user);
 enum { QOR_MSG_WARNING = 1, QOR_MSG_ARGUMENT_ERROR = 2 };
 QOR_API void qor_set_message_handler(qor_message_handler handler, void* user);

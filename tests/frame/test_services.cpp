@@ -1,4 +1,5 @@
 // The services the core gives the kernel library.
+#include <atomic>
 #include <cctype>
 #include <cmath>
 #include <cstdint>
@@ -132,6 +133,36 @@ TEST(Checks, CheckPtrAndWarnNamesTheRoutineOnce) {
   ASSERT_EQ(capture.count(QOR_MSG_WARNING), 1);
   EXPECT_EQ(capture.entries()[0].routine, "DGEMM");
   EXPECT_NE(capture.entries()[0].text.find("DGEMM"), std::string::npos);
+}
+
+// Threads of a team warn together; the handler sees one message at a time,
+// so a handler that is not safe for concurrent calls (as this plain
+// counter is not) still counts every message.
+TEST(Checks, HandlerGetsOneMessageAtATime) {
+  struct Sink {
+    std::atomic<int> inside{0};
+    bool overlapped = false;
+    long count = 0;
+  } sink;
+  qor_set_message_handler(
+      [](int, const char*, const char*, void* user) {
+        auto* k = static_cast<Sink*>(user);
+        if (k->inside.fetch_add(1) != 0) k->overlapped = true;
+        ++k->count;
+        std::this_thread::yield();
+        k->inside.fetch_sub(1);
+      },
+      &sink);
+  constexpr int kEach = 2000;
+  auto warn = [] {
+    for (int i = 0; i < kEach; ++i) qor_serv_check_ptr_and_warn(nullptr, "DGEMM");
+  };
+  std::thread t1(warn), t2(warn);
+  t1.join();
+  t2.join();
+  qor_set_message_handler(nullptr, nullptr);
+  EXPECT_FALSE(sink.overlapped);
+  EXPECT_EQ(sink.count, 2 * kEach);
 }
 
 TEST(Checks, XerblaReportsInTheLapackFormAndReturns) {

@@ -15,6 +15,7 @@
 namespace {
 
 std::mutex g_handler_mutex;
+std::recursive_mutex g_deliver_mutex;
 qor_message_handler g_handler = nullptr;
 void* g_handler_user = nullptr;
 std::atomic<std::int64_t> g_counts[3];
@@ -32,6 +33,11 @@ void qor::core::report(int kind, const char* routine, const char* text) {
     user = g_handler_user;
   }
   if (h != nullptr) {
+    // One message at a time: the threads of a team may warn together, and
+    // a handler need not be written for concurrent calls. Recursive, so a
+    // handler that calls back into the library and is warned again does
+    // not wait on itself.
+    std::lock_guard<std::recursive_mutex> deliver(g_deliver_mutex);
     h(kind, routine, text, user);
     return;
   }
