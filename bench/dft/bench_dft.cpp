@@ -36,6 +36,23 @@ double seconds_for(long n) { return n >= (1L << 20) ? 0.2 : 0.1; }
 // up a large part of what is timed. Times are per call.
 long batch_for(long n) { return n >= 16384 ? 1 : 16384 / n; }
 
+// Times one transform of ours against FFTW's plan in batches, three rounds
+// of each, alternating, so that a busy spell of the machine hits both alike;
+// prints the line.
+template <class Ours, class Theirs>
+void compare(const char* label, long n, Ours ours, Theirs theirs) {
+  const long reps = batch_for(n);
+  const auto [t_qor, t_fftw] = qor::bench::best_times_alternating(
+      [&] {
+        for (long k = 0; k < reps; ++k) ours();
+      },
+      [&] {
+        for (long k = 0; k < reps; ++k) theirs();
+      },
+      3 * seconds_for(n));
+  report(label, std::to_string(n), t_qor / reps, "GFLOP/s", flops(n), "FFTW", t_fftw / reps);
+}
+
 void bench_double(long n) {
   qor_zups_dft_spec* spec = nullptr;
   if (qor_dft_zupsDFXInitAlloc_C_64fc(&spec, static_cast<int>(n), QOR_ZUPS_NODIV_BY_ANY, 0) != 0) {
@@ -50,18 +67,8 @@ void bench_double(long n) {
   fftw_plan plan = fftw_plan_dft_1d(static_cast<int>(n), reinterpret_cast<fftw_complex*>(in),
                                     reinterpret_cast<fftw_complex*>(out), FFTW_FORWARD, FFTW_MEASURE);
   fill(reinterpret_cast<double*>(in), 2 * n);
-  const long reps = batch_for(n);
-  // Three rounds of each, alternating, so that a busy spell of the machine
-  // hits both alike.
-  const auto [t_qor, t_fftw] = qor::bench::best_times_alternating(
-      [&] {
-        for (long k = 0; k < reps; ++k) qor_dft_zupsDFTFwd_CToC_64fc(in, out, spec, buf.data());
-      },
-      [&] {
-        for (long k = 0; k < reps; ++k) fftw_execute(plan);
-      },
-      3 * seconds_for(n));
-  report("z fwd", std::to_string(n), t_qor / reps, "GFLOP/s", flops(n), "FFTW", t_fftw / reps);
+  compare(
+      "z fwd", n, [&] { qor_dft_zupsDFTFwd_CToC_64fc(in, out, spec, buf.data()); }, [&] { fftw_execute(plan); });
   fftw_destroy_plan(plan);
   fftw_free(in);
   fftw_free(out);
@@ -82,18 +89,8 @@ void bench_single(long n) {
   fftwf_plan plan = fftwf_plan_dft_1d(static_cast<int>(n), reinterpret_cast<fftwf_complex*>(in),
                                       reinterpret_cast<fftwf_complex*>(out), FFTW_FORWARD, FFTW_MEASURE);
   fill(reinterpret_cast<float*>(in), 2 * n);
-  const long reps = batch_for(n);
-  // Three rounds of each, alternating, so that a busy spell of the machine
-  // hits both alike.
-  const auto [t_qor, t_fftw] = qor::bench::best_times_alternating(
-      [&] {
-        for (long k = 0; k < reps; ++k) qor_dft_zupsDFTFwd_CToC_32fc(in, out, spec, buf.data());
-      },
-      [&] {
-        for (long k = 0; k < reps; ++k) fftwf_execute(plan);
-      },
-      3 * seconds_for(n));
-  report("c fwd", std::to_string(n), t_qor / reps, "GFLOP/s", flops(n), "FFTW", t_fftw / reps);
+  compare(
+      "c fwd", n, [&] { qor_dft_zupsDFTFwd_CToC_32fc(in, out, spec, buf.data()); }, [&] { fftwf_execute(plan); });
   fftwf_destroy_plan(plan);
   fftwf_free(in);
   fftwf_free(out);
