@@ -546,25 +546,37 @@ void run_small(bool fft, int index, const R* in, R* out, bool scaled, double sca
 }  // namespace dfte
 
 template <class R>
-void exec_fft(const ::qor::dft::FftSpec* spec, const R* in, R* out, R* work, bool inv) {
+void exec_pow2(const ::qor::dft::FftSpec* spec, const R* in, R* out, R* work, bool inv, bool scaled, double scale) {
   using ::qor::dft::i64;
-  const bool scaled = inv ? spec->scale_inverse_on != 0 : spec->scale_forward_on != 0;
+  const int order = spec->order;
   if (spec->method == ::qor::dft::kFftSmall) {
-    dfte::run_small<R>(true, spec->order, in, out, scaled, spec->scale, inv);
+    dfte::run_small<R>(true, order, in, out, scaled, scale, inv);
     return;
   }
   if (spec->method == ::qor::dft::kFftRadix) {
     // In place, the stages run in the work buffer and the last one writes
     // back: the first stage reads the whole input.
     R* T = in == out ? work : out;
-    if (inv) dfp2::run_stages<true>(*spec->stages, in, T, out);
-    else dfp2::run_stages<false>(*spec->stages, in, T, out);
+    const ::qor::dft::Pow2Stages& pl = *spec->stages;
+    if (order <= dfp2::fixed_top<R>()) {
+      if (inv) dfp2::run_fixed_order<true>(order, pl, in, T, out);
+      else dfp2::run_fixed_order<false>(order, pl, in, T, out);
+    } else if (inv) {
+      dfp2::run_stages<true>(pl, in, T, out);
+    } else {
+      dfp2::run_stages<false>(pl, in, T, out);
+    }
   } else if (inv) {
     dfp2::run_large<true>(spec, in, out, work);
   } else {
     dfp2::run_large<false>(spec, in, out, work);
   }
-  if (scaled) dfte::scale_array(out, i64{2} << spec->order, static_cast<R>(spec->scale));
+  if (scaled) dfte::scale_array(out, i64{2} << order, static_cast<R>(scale));
+}
+
+template <class R>
+void exec_fft(const ::qor::dft::FftSpec* spec, const R* in, R* out, R* work, bool inv) {
+  exec_pow2<R>(spec, in, out, work, inv, inv ? spec->scale_inverse_on != 0 : spec->scale_forward_on != 0, spec->scale);
 }
 
 template <class R>
@@ -577,8 +589,8 @@ void exec_dft(const ::qor::dft::DftSpec* spec, const R* in, R* out, R* work, boo
       dfte::run_small<R>(false, L - 1, in, out, scaled, spec->scale, inv);
       return;
     case kPow2:
-      exec_fft<R>(static_cast<const FftSpec*>(spec->fft_spec), in, out, work, inv);
-      break;
+      exec_pow2<R>(static_cast<const FftSpec*>(spec->fft_spec), in, out, work, inv, scaled, spec->scale);
+      return;
     case kPrimeFact:
       if (inv) dfte::run_plan<true>(plan_of(spec), in, out, work);
       else dfte::run_plan<false>(plan_of(spec), in, out, work);

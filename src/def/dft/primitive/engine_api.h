@@ -31,6 +31,10 @@ bool use_zen_body();
   void exec_dft(const ::qor::dft::DftSpec* spec, const R* in, R* out, R* work, bool inv);                      \
   template <class R>                                                                                            \
   void exec_fft(const ::qor::dft::FftSpec* spec, const R* in, R* out, R* work, bool inv);                      \
+  /* a power-of-two spec with the scaling of the caller's spec */                                             \
+  template <class R>                                                                                            \
+  void exec_pow2(const ::qor::dft::FftSpec* spec, const R* in, R* out, R* work, bool inv, bool scaled,          \
+                 double scale);                                                                                 \
   /* kind 0: self-sorting step, 1: out-of-order step in place (src == dst) */                                  \
   template <class R>                                                                                            \
   bool exec_step(int kind, bool generic, bool inv, const R* src, R* dst, const ::qor::dft::Step& st);          \

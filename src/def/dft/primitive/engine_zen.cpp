@@ -6,6 +6,8 @@ template void exec_dft<float>(const ::qor::dft::DftSpec*, const float*, float*, 
 template void exec_dft<double>(const ::qor::dft::DftSpec*, const double*, double*, double*, bool);
 template void exec_fft<float>(const ::qor::dft::FftSpec*, const float*, float*, float*, bool);
 template void exec_fft<double>(const ::qor::dft::FftSpec*, const double*, double*, double*, bool);
+template void exec_pow2<float>(const ::qor::dft::FftSpec*, const float*, float*, float*, bool, bool, double);
+template void exec_pow2<double>(const ::qor::dft::FftSpec*, const double*, double*, double*, bool, bool, double);
 template bool exec_step<float>(int, bool, bool, const float*, float*, const ::qor::dft::Step&);
 template bool exec_step<double>(int, bool, bool, const double*, double*, const ::qor::dft::Step&);
 template void exec_scale<float>(float*, ::qor::dft::i64, float);

@@ -192,7 +192,15 @@ void small_cr(int index, bool inv, bool scaled, double scale, const R* sre, cons
 // ---- transforms -----------------------------------------------------------------
 template <class R>
 void engine_run(const DftSpec* s, const R* src, R* dst, R* work, bool inv) {
-  if (use_zen()) qor::zen::exec_dft<R>(s, src, dst, work, inv);
+  const bool zen = use_zen();
+  if (s->method == kPow2) {  // straight to the power-of-two engine, with this spec's scaling
+    const auto* f = static_cast<const FftSpec*>(s->fft_spec);
+    const bool scaled = inv ? s->scale_inverse_on != 0 : s->scale_forward_on != 0;
+    if (zen) qor::zen::exec_pow2<R>(f, src, dst, work, inv, scaled, s->scale);
+    else qor::base::exec_pow2<R>(f, src, dst, work, inv, scaled, s->scale);
+    return;
+  }
+  if (zen) qor::zen::exec_dft<R>(s, src, dst, work, inv);
   else qor::base::exec_dft<R>(s, src, dst, work, inv);
 }
 template <class R>

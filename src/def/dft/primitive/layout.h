@@ -142,6 +142,35 @@ template <class R> constexpr int tw_group() { return sizeof(R) == 8 ? 8 : 16; }
 template <class R> constexpr int tw_cos(int l) { return sizeof(R) == 8 ? l : 2 * l; }
 template <class R> constexpr int tw_sin(int l) { return sizeof(R) == 8 ? 4 + l : 8 + 2 * l; }
 constexpr int kMaxStages = 10;
+
+// Shape of the stage plan of order e (from 4 up): a first stage of radix
+// 4 or 8, then radix-4 stages, and one radix-8 stage last when what is left
+// after the first stage is of odd order. Plans that may run in split
+// blocks (double precision, along the rows) take a radix-8 first stage
+// only for odd orders, so that no radix-8 stage with twiddles follows:
+// eight split values fill the sixteen vector registers, and such a stage
+// spills to the stack and runs slower than the extra radix-4 pass.
+constexpr int first_order(int e, bool split) {
+  if (split) return (e & 1) != 0 ? 3 : 2;
+  return (e == 4 || e == 5 || e == 7 || e == 8 || e == 10) ? 2 : 3;
+}
+constexpr int stage_fours(int e, bool split) {
+  const int rest = e - first_order(e, split);
+  return (rest - (rest & 1) * 3) / 2;
+}
+constexpr int stage_count(int e, bool split) {
+  return 1 + stage_fours(e, split) + ((e - first_order(e, split)) & 1);
+}
+constexpr int stage_radix(int e, int i, bool split) {
+  return i == 0 ? 1 << first_order(e, split) : i <= stage_fours(e, split) ? 4 : 8;
+}
+// Length of each transform that stage i combines (the product of the
+// radices before it).
+constexpr i64 stage_m(int e, int i, bool split) {
+  return i == 0 ? 1 : stage_m(e, i - 1, split) * stage_radix(e, i - 1, split);
+}
+// Whether the row plans of a precision take the split shape.
+template <class R> constexpr bool split_rows() { return sizeof(R) == 8; }
 struct Pow2Stages {
   std::int32_t order;
   std::int32_t count;

@@ -210,9 +210,6 @@ void set_scale(int flag, i64 n, std::int32_t* fwd, std::int32_t* inv, double* sc
 }
 
 // ---- the power-of-two engine ------------------------------------------------
-// Orders of the first stage: a radix 4 for these orders, else 8.
-int first_order(int e) { return (e == 4 || e == 5 || e == 7 || e == 8 || e == 10) ? 2 : 3; }
-
 // Block and buffer orders of the large engine, by order 9 to 30.
 constexpr std::int8_t tbl_blk_order_64[22] = {6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 7, 8, 8, 8, 8, 8, 8, 8, 8, 8, 8};
 constexpr std::int8_t tbl_buf_order_64[22] = {10, 10, 10, 11, 13, 13, 13, 13, 13, 13, 13,
@@ -229,17 +226,15 @@ constexpr int kCoarseOrder = 16;
 // radices, and the twiddles of each stage taken by striding the base.
 // Stages whose transforms fit `block_elems` run per block.
 template <class R>
-void build_stages(int e, Region& sr, const double* base, int base_order, bool fill, Pow2Stages* pl, i64 block_elems) {
-  const int f = first_order(e), rest = e - f;
-  int radix[kMaxStages], count = 0;
-  radix[count++] = 1 << f;
-  for (int i = 0; i < (rest - (rest & 1) * 3) / 2; ++i) radix[count++] = 4;
-  if (rest & 1) radix[count++] = 8;
+void build_stages(int e, Region& sr, const double* base, int base_order, bool fill, Pow2Stages* pl, i64 block_elems,
+                  bool rows = true) {
+  const bool split = rows && split_rows<R>();
+  const int count = stage_count(e, split);
   i64 m = 1;
   int block = 0;
   i64 block_len = 0;
   for (int i = 0; i < count; ++i) {
-    const int P = radix[i];
+    const int P = stage_radix(e, i, split);
     const i64 L = P * m;
     void* tw = nullptr;
     if (i > 0) {
@@ -303,7 +298,7 @@ i64 build_pow2(int order, Region& sr, Region& ir, bool fill, FftSpec* s) {
     if (fill) make_roots(base, n);
     auto* pl = static_cast<Pow2Stages*>(sr.take(sizeof(Pow2Stages)));
     build_stages<R>(order, sr, base, order, fill, pl, stage_block<R>());
-    const int f = first_order(order);
+    const int f = first_order(order, split_rows<R>());
     const i64 groups = n >> f;
     auto* first = static_cast<std::int32_t*>(sr.take(groups * 4));
     if (fill) {
@@ -352,7 +347,7 @@ i64 build_pow2(int order, Region& sr, Region& ir, bool fill, FftSpec* s) {
     const i64 rows = i64{1} << blk, cols = (i64{1} << buf) >> blk;
     auto* lane = static_cast<R*>(sr.take(rows * cols * ebytes));
     Pow2Level* lv = fill ? &lg->level[levels] : nullptr;
-    build_stages<R>(blk, sr, coarse, kCoarseOrder, fill, fill ? &lv->comb : nullptr, 0);
+    build_stages<R>(blk, sr, coarse, kCoarseOrder, fill, fill ? &lv->comb : nullptr, 0, false);
     if (fill) {
       for (i64 t = 0; t < rows; ++t) {
         const i64 sv = bit_reverse(t, blk);

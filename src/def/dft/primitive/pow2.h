@@ -18,6 +18,8 @@
 // them across, a few columns at a time gathered into a small buffer.
 #pragma once
 #include <cstring>
+#include <type_traits>
+#include <utility>
 
 #include "dft/primitive/codelets.h"
 #include "dft/primitive/layout.h"
@@ -94,6 +96,19 @@ constexpr int rev_digit(int r) {
   return out;
 }
 
+// Sizes and strides reach the stage kernels either as run-time values
+// (i64) or as compile-time ones (std::integral_constant, from the kernels
+// of a fixed order). A run-time stride between the radix's inputs is hidden
+// from the optimiser, so that it forms each address from it instead of
+// keeping one precomputed offset per input (more than there are registers);
+// a compile-time one folds into the address displacements.
+template <bool HIDE, class I>
+QV_INLINE i64 stride_of(I v) {
+  i64 x = v;
+  if constexpr (HIDE && std::is_same_v<I, i64>) asm("" : "+r"(x));
+  return x;
+}
+
 // ---- the first stage: groups of P neighbours, no twiddles ----------------------
 // On data already in bit-reversed order: group b (b in [b0, b1)) takes a_r
 // from src[P*b + rev(r)], and output k goes to dst[P*b + k].
@@ -153,11 +168,11 @@ QV_INLINE void store_lanes(const F4* a, float* const* d) {
 }
 #endif
 
-template <int P, bool INV, class R>
-void first_stage_all(const R* src, R* dst, i64 G, const std::int32_t* first, i64 rstep) {
+template <int P, bool INV, class R, class I, class J>
+void first_stage_all(const R* src, R* dst, I G, const std::int32_t* first, J rstep) {
   using V = typename VecSet<R>::W;
   constexpr int NL = V::N;
-  const i64 q = G / NL;
+  const i64 q = i64{G} / NL;
   i64 lane_off[NL];
   for (int i = 0; i < NL; ++i) {
     int r = 0;
@@ -166,8 +181,7 @@ void first_stage_all(const R* src, R* dst, i64 G, const std::int32_t* first, i64
   }
   for (i64 b = 0; b < q; ++b) {
     const R* x = src + 2 * i64{first[b]};
-    i64 rs = 2 * rstep;  // addresses from the stride, not from P saved offsets
-    if constexpr (P > 4) asm("" : "+r"(rs));
+    const i64 rs = 2 * stride_of<(P > 4)>(rstep);
     V a[P];
     sfor<0, P>([&](auto r) __attribute__((always_inline)) { a[r] = V::load(x + rs * r); });
     Dft<P, INV, V>::run(a);
@@ -180,8 +194,8 @@ void first_stage_all(const R* src, R* dst, i64 G, const std::int32_t* first, i64
 // ---- a twiddled stage, vectorised along j ------------------------------------
 // n elements from src to dst (the same array or not), transforms of length
 // P*m, m a multiple of four.
-template <int P, bool INV, class R>
-void stage_rows(const R* src, R* dst, i64 n, i64 m, const R* tw) {
+template <int P, bool INV, class R, class I, class J>
+void stage_rows(const R* src, R* dst, I n, J m, const R* tw) {
   using V = typename VecSet<R>::W;
   for (i64 s = 0; s < n; s += P * m) {
     const R* sp = src + 2 * s;
@@ -189,8 +203,7 @@ void stage_rows(const R* src, R* dst, i64 n, i64 m, const R* tw) {
     for (i64 j = 0; j < m; j += V::N) {
       const R* tg = tw + (j >> 2) * (P - 1) * ::qor::dft::tw_group<R>();
       const int l0 = static_cast<int>(j & 3);
-      i64 ms = 2 * m;  // addresses from the stride, not from P saved offsets
-      if constexpr (P > 4) asm("" : "+r"(ms));
+      const i64 ms = 2 * stride_of<(P > 4)>(m);
       const R* ps = sp + 2 * j;
       R* pd = dp + 2 * j;
       V a[P];
@@ -207,19 +220,15 @@ void stage_rows(const R* src, R* dst, i64 n, i64 m, const R* tw) {
 // Two radix-4 stages at once, m to 4m (twiddles tw1) and 4m to 16m (tw2):
 // the sixteen values at j + t m of each block of 16m go through both in
 // registers and back to the same places (so in place works too).
-template <bool INV, class R>
-void stage_rows_pair(const R* src, R* dst, i64 n, i64 m, const R* tw1, const R* tw2) {
+template <bool INV, class R, class I, class J>
+void stage_rows_pair(const R* src, R* dst, I n, J m, const R* tw1, const R* tw2) {
   using V = typename VecSet<R>::W;
   constexpr int G = ::qor::dft::tw_group<R>();
   for (i64 s0 = 0; s0 < n; s0 += 16 * m) {
     const R* sp = src + 2 * s0;
     R* dp = dst + 2 * s0;
     for (i64 j = 0; j < m; j += V::N) {
-      // The stride between the sixteen values, hidden from the optimiser
-      // so that it forms each address from it instead of keeping sixteen
-      // precomputed offsets (more than there are registers) on the stack.
-      i64 ms = 2 * m;
-      asm("" : "+r"(ms));
+      const i64 ms = 2 * stride_of<true>(m);
       const int l0 = static_cast<int>(j & 3);
       const R* tg1 = tw1 + (j >> 2) * 3 * G;
       V b[4][4];
@@ -358,13 +367,12 @@ void first_split(const double* src, double* dst, i64 b0, i64 b1) {
 // through the bit-reversal table. For b < G/4 the groups b + l G/4 read
 // four neighbours (bit reversal puts them at first[b] + 0, 2, 1, 3), so two
 // loads and two unpacks give the four lanes.
-template <int P, bool INV>
-void first_split_all(const double* src, double* dst, i64 G, const std::int32_t* first, i64 rstep) {
-  const i64 q = G / 4;
+template <int P, bool INV, class I, class J>
+void first_split_all(const double* src, double* dst, I G, const std::int32_t* first, J rstep) {
+  const i64 q = i64{G} / 4;
   for (i64 b = 0; b < q; ++b) {
     const double* x = src + 2 * i64{first[b]};
-    i64 rs = 2 * rstep;  // addresses from the stride, not from P saved offsets
-    if constexpr (P > 4) asm("" : "+r"(rs));
+    const i64 rs = 2 * stride_of<(P > 4)>(rstep);
     SD4 a[P];
     sfor<0, P>([&](auto r) __attribute__((always_inline)) {
       const __m256d lo = _mm256_loadu_pd(x + rs * r), hi = _mm256_loadu_pd(x + rs * r + 4);
@@ -385,15 +393,14 @@ void first_split_all(const double* src, double* dst, i64 G, const std::int32_t* 
 }
 
 // OUT_IL: the last stage, which writes interleaved data.
-template <int P, bool INV, bool OUT_IL>
-void stage_split(const double* src, double* dst, i64 n, i64 m, const double* tw) {
+template <int P, bool INV, bool OUT_IL, class I, class J>
+void stage_split(const double* src, double* dst, I n, J m, const double* tw) {
   for (i64 s = 0; s < n; s += P * m) {
     const double* sp = src + 2 * s;
     double* dp = dst + 2 * s;
     const double* tg = tw;
     for (i64 j = 0; j < m; j += 4, tg += (P - 1) * 8) {
-      i64 ms = 2 * m;  // addresses from the stride, not from P saved offsets
-      if constexpr (P > 4) asm("" : "+r"(ms));
+      const i64 ms = 2 * stride_of<(P > 4)>(m);
       const double* ps = sp + 2 * j;
       double* pd = dp + 2 * j;
       SD4 a[P];
@@ -464,6 +471,78 @@ void run_stages(const Pow2Stages& pl, const R* src, R* T, R* dst) {
   }
   rows_range<INV>(pl, pl.block, pl.count, T, dst, n);
   if (last == 0 && dst != T) std::memcpy(dst, T, static_cast<std::size_t>(n) * 2 * sizeof(R));
+}
+
+// ---- whole transforms of a fixed order -------------------------------------------
+// The stages of run_stages for an order known when compiling. Every size
+// and stride is a constant, so the loop bounds and the offsets between a
+// radix's inputs fold into the instructions, and the stage walk, the radix
+// dispatch and the block loop are gone: at 64 points these were a fifth of
+// the instructions. Up to fixed_top the whole array is one in-cache block,
+// so run_stages would run the same stages in the same order.
+template <class R> constexpr int fixed_top() { return sizeof(R) == 8 ? 11 : 12; }
+template <i64 V> using Cst = std::integral_constant<i64, V>;
+
+template <int E, int I, bool INV, class R>
+QV_INLINE void fixed_rows(const Pow2Stages& pl, R* T, R* dst) {
+  constexpr bool sp = ::qor::dft::split_rows<R>();
+  constexpr int count = ::qor::dft::stage_count(E, sp);
+  if constexpr (I < count) {
+    constexpr Cst<(i64{1} << E)> n;
+    constexpr Cst<::qor::dft::stage_m(E, I, sp)> m;
+    constexpr int P = ::qor::dft::stage_radix(E, I, sp);
+    const R* tw = static_cast<const R*>(pl.tw[I]);
+    if constexpr (I + 1 < count && P == 4 && ::qor::dft::stage_radix(E, I + 1, sp) == 4) {
+      stage_rows_pair<INV>(T, I + 2 == count ? dst : T, n, m, tw, static_cast<const R*>(pl.tw[I + 1]));
+      fixed_rows<E, I + 2, INV>(pl, T, dst);
+    } else {
+      stage_rows<P, INV>(T, I + 1 == count ? dst : T, n, m, tw);
+      fixed_rows<E, I + 1, INV>(pl, T, dst);
+    }
+  }
+}
+
+#if defined(__AVX2__)
+template <int E, int I, bool INV>
+QV_INLINE void fixed_split(const Pow2Stages& pl, double* T, double* dst) {
+  constexpr int count = ::qor::dft::stage_count(E, true);
+  if constexpr (I < count) {
+    constexpr bool last = I + 1 == count;
+    stage_split<::qor::dft::stage_radix(E, I, true), INV, last>(T, last ? dst : T, Cst<(i64{1} << E)>{},
+                                                                Cst<::qor::dft::stage_m(E, I, true)>{},
+                                                                static_cast<const double*>(pl.tw[I]));
+    fixed_split<E, I + 1, INV>(pl, T, dst);
+  }
+}
+#endif
+
+template <int E, bool INV, class R>
+__attribute__((flatten)) void run_fixed(const Pow2Stages& pl, const R* src, R* T, R* dst) {
+  constexpr int P0 = ::qor::dft::stage_radix(E, 0, ::qor::dft::split_rows<R>());
+  constexpr Cst<(i64{1} << E) / P0> groups;
+#if defined(__AVX2__)
+  if constexpr (sizeof(R) == 8) {
+    first_split_all<P0, INV>(src, T, groups, pl.first, groups);
+    fixed_split<E, 1, INV>(pl, T, dst);
+  } else
+#endif
+  {
+    first_stage_all<P0, INV>(src, T, groups, pl.first, groups);
+    fixed_rows<E, 1, INV>(pl, T, dst);
+  }
+}
+
+// A whole transform of order 6 to fixed_top.
+template <bool INV, class R, int... K>
+QV_INLINE void run_fixed_at(int order, const Pow2Stages& pl, const R* src, R* T, R* dst,
+                            std::integer_sequence<int, K...>) {
+  using Fn = void (*)(const Pow2Stages&, const R*, R*, R*);
+  static constexpr Fn table[] = {&run_fixed<6 + K, INV, R>...};
+  table[order - 6](pl, src, T, dst);
+}
+template <bool INV, class R>
+QV_INLINE void run_fixed_order(int order, const Pow2Stages& pl, const R* src, R* T, R* dst) {
+  run_fixed_at<INV>(order, pl, src, T, dst, std::make_integer_sequence<int, fixed_top<R>() - 5>{});
 }
 
 // The 2^blk-point transforms across columns of a buffer of rows, rows in
