@@ -545,33 +545,47 @@ void run_small(bool fft, int index, const R* in, R* out, bool scaled, double sca
 
 }  // namespace dfte
 
+namespace dfte {
 template <class R>
-void exec_pow2(const ::qor::dft::FftSpec* spec, const R* in, R* out, R* work, bool inv, bool scaled, double scale) {
-  using ::qor::dft::i64;
+__attribute__((noinline)) void pow2_general(const ::qor::dft::FftSpec* spec, const R* in, R* out, R* work, bool inv,
+                                            bool scaled, double scale) {
   const int order = spec->order;
   if (spec->method == ::qor::dft::kFftSmall) {
-    dfte::run_small<R>(true, order, in, out, scaled, scale, inv);
+    run_small<R>(true, order, in, out, scaled, scale, inv);
     return;
   }
   if (spec->method == ::qor::dft::kFftRadix) {
     // In place, the stages run in the work buffer and the last one writes
     // back: the first stage reads the whole input.
     R* T = in == out ? work : out;
-    const ::qor::dft::Pow2Stages& pl = *spec->stages;
-    if (order <= dfp2::fixed_top<R>()) {
-      if (inv) dfp2::run_fixed_order<true>(order, pl, in, T, out);
-      else dfp2::run_fixed_order<false>(order, pl, in, T, out);
-    } else if (inv) {
-      dfp2::run_stages<true>(pl, in, T, out);
-    } else {
-      dfp2::run_stages<false>(pl, in, T, out);
-    }
+    if (inv) dfp2::run_stages<true>(*spec->stages, in, T, out);
+    else dfp2::run_stages<false>(*spec->stages, in, T, out);
   } else if (inv) {
     dfp2::run_large<true>(spec, in, out, work);
   } else {
     dfp2::run_large<false>(spec, in, out, work);
   }
-  if (scaled) dfte::scale_array(out, i64{2} << order, static_cast<R>(scale));
+  if (scaled) scale_array(out, ::qor::dft::i64{2} << order, static_cast<R>(scale));
+}
+template <class R>
+__attribute__((noinline)) void scale_noinline(R* x, ::qor::dft::i64 count, R value) {
+  scale_array(x, count, value);
+}
+}  // namespace dfte
+
+// Short transforms go straight to their kernel of a fixed order, with
+// nothing else in this function to set up; the rest in pow2_general.
+template <class R>
+void exec_pow2(const ::qor::dft::FftSpec* spec, const R* in, R* out, R* work, bool inv, bool scaled, double scale) {
+  const int order = spec->order;
+  if (spec->method != ::qor::dft::kFftRadix || order > dfp2::fixed_top<R>()) {
+    dfte::pow2_general<R>(spec, in, out, work, inv, scaled, scale);
+    return;
+  }
+  R* T = in == out ? work : out;  // in place, the stages run in the work buffer
+  if (inv) dfp2::run_fixed_order<true>(order, *spec->stages, in, T, out);
+  else dfp2::run_fixed_order<false>(order, *spec->stages, in, T, out);
+  if (scaled) dfte::scale_noinline(out, ::qor::dft::i64{2} << order, static_cast<R>(scale));
 }
 
 template <class R>

@@ -395,27 +395,42 @@ void first_split_all(const double* src, double* dst, I G, const std::int32_t* fi
 // OUT_IL: the last stage, which writes interleaved data.
 template <int P, bool INV, bool OUT_IL, class I, class J>
 void stage_split(const double* src, double* dst, I n, J m, const double* tw) {
-  for (i64 s = 0; s < n; s += P * m) {
-    const double* sp = src + 2 * s;
-    double* dp = dst + 2 * s;
-    const double* tg = tw;
-    for (i64 j = 0; j < m; j += 4, tg += (P - 1) * 8) {
-      const i64 ms = 2 * stride_of<(P > 4)>(m);
-      const double* ps = sp + 2 * j;
-      double* pd = dp + 2 * j;
-      SD4 a[P];
-      a[0] = SD4::load(ps);
-      sfor<1, P>([&](auto r) __attribute__((always_inline)) {
-        const double* t = tg + (r - 1) * 8;
-        __m256d im = _mm256_loadu_pd(t + 4);
-        if constexpr (INV) im = _mm256_xor_pd(im, _mm256_set1_pd(-0.0));
-        a[r] = cmul(SD4::load(ps + rev_digit<P>(r) * ms), D2T{_mm256_loadu_pd(t), im});
-      });
-      Dft<P, INV, SD4>::run(a);
-      sfor<0, P>([&](auto k) __attribute__((always_inline)) {
-        if constexpr (OUT_IL) store_split_interleaved(a[k], pd + k * ms);
-        else a[k].store(pd + k * ms);
-      });
+  const i64 ms = 2 * stride_of<(P > 4)>(m);  // addresses from the stride, not from P saved offsets
+  auto twiddle = [&](const double* tg, auto r) __attribute__((always_inline)) {
+    const double* t = tg + (r - 1) * 8;
+    __m256d im = _mm256_loadu_pd(t + 4);
+    if constexpr (INV) im = _mm256_xor_pd(im, _mm256_set1_pd(-0.0));
+    return D2T{_mm256_loadu_pd(t), im};
+  };
+  auto butterfly = [&](const double* ps, double* pd, const D2T* t) __attribute__((always_inline)) {
+    SD4 a[P];
+    a[0] = SD4::load(ps);
+    sfor<1, P>([&](auto r) __attribute__((always_inline)) { a[r] = cmul(SD4::load(ps + rev_digit<P>(r) * ms), t[r]); });
+    Dft<P, INV, SD4>::run(a);
+    sfor<0, P>([&](auto k) __attribute__((always_inline)) {
+      if constexpr (OUT_IL) store_split_interleaved(a[k], pd + k * ms);
+      else a[k].store(pd + k * ms);
+    });
+  };
+  if constexpr (P == 4) {
+    // The three twiddles of a group of columns stay in registers for every
+    // block of the stage (the compiler cannot keep them itself: the stores
+    // might change the table).
+    for (i64 j = 0; j < m; j += 4) {
+      const double* tg = tw + (j >> 2) * (P - 1) * 8;
+      D2T t[P];
+      sfor<1, P>([&](auto r) __attribute__((always_inline)) { t[r] = twiddle(tg, r); });
+      for (i64 s = 0; s < n; s += P * m) butterfly(src + 2 * (s + j), dst + 2 * (s + j), t);
+    }
+  } else {
+    // Eight values fill the registers: twiddles are read per block.
+    for (i64 s = 0; s < n; s += P * m) {
+      const double* tg = tw;
+      for (i64 j = 0; j < m; j += 4, tg += (P - 1) * 8) {
+        D2T t[P];
+        sfor<1, P>([&](auto r) __attribute__((always_inline)) { t[r] = twiddle(tg, r); });
+        butterfly(src + 2 * (s + j), dst + 2 * (s + j), t);
+      }
     }
   }
 }
