@@ -393,6 +393,7 @@ void first_split_all(const double* src, double* dst, I G, const std::int32_t* fi
 }
 
 // OUT_IL: the last stage, which writes interleaved data.
+constexpr i64 kHoistElems = 2048;
 template <int P, bool INV, bool OUT_IL, class I, class J>
 void stage_split(const double* src, double* dst, I n, J m, const double* tw) {
   const i64 ms = 2 * stride_of<(P > 4)>(m);  // addresses from the stride, not from P saved offsets
@@ -412,10 +413,12 @@ void stage_split(const double* src, double* dst, I n, J m, const double* tw) {
       else a[k].store(pd + k * ms);
     });
   };
-  if constexpr (P == 4) {
+  if (P == 4 && i64{n} <= kHoistElems) {
     // The three twiddles of a group of columns stay in registers for every
     // block of the stage (the compiler cannot keep them itself: the stores
-    // might change the table).
+    // might change the table). Only while the data sit in the first-level
+    // cache: over more, walking the blocks for each group of columns defeats
+    // the prefetchers.
     for (i64 j = 0; j < m; j += 4) {
       const double* tg = tw + (j >> 2) * (P - 1) * 8;
       D2T t[P];
@@ -423,7 +426,7 @@ void stage_split(const double* src, double* dst, I n, J m, const double* tw) {
       for (i64 s = 0; s < n; s += P * m) butterfly(src + 2 * (s + j), dst + 2 * (s + j), t);
     }
   } else {
-    // Eight values fill the registers: twiddles are read per block.
+    // Twiddles read per block (eight values alone fill the registers).
     for (i64 s = 0; s < n; s += P * m) {
       const double* tg = tw;
       for (i64 j = 0; j < m; j += 4, tg += (P - 1) * 8) {
