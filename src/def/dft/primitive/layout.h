@@ -144,33 +144,39 @@ template <class R> constexpr int tw_sin(int l) { return sizeof(R) == 8 ? 4 + l :
 constexpr int kMaxStages = 10;
 
 // Shape of the stage plan of order e (from 4 up): a first stage of radix
-// 4 or 8, then radix-4 stages, and one radix-8 stage last when what is left
-// after the first stage is of odd order. Plans that may run in split
-// blocks (double precision, along the rows) take a radix-8 first stage
-// only for odd orders, so that no radix-8 stage with twiddles follows:
-// eight split values fill the sixteen vector registers, and such a stage
-// spills to the stack and runs slower than the extra radix-4 pass.
-constexpr int first_order(int e, bool split) {
-  if (split) return (e & 1) != 0 ? 3 : 2;
+// 4, 8 or 16, then radix-4 stages, and one radix-8 stage last when what is
+// left after the first stage is of odd order. Three kinds of plan:
+// - kColsShape, the transforms across columns of the large engine: the
+//   first stage of radix 4 or 8 by order;
+// - kRowsShape, along the rows in interleaved vectors (single precision):
+//   orders 8 and 12 take a radix-16 first stage, which leaves whole pairs
+//   of radix-4 stages for the kernels that run two at a time;
+// - kSplitShape, along the rows in split blocks (double precision): a
+//   radix-8 first stage only for odd orders, so that no radix-8 stage with
+//   twiddles follows; eight split values fill the sixteen vector
+//   registers, and such a stage spills to the stack and runs slower than
+//   the extra radix-4 pass.
+enum StageShape : int { kColsShape, kRowsShape, kSplitShape };
+constexpr int first_order(int e, StageShape sh) {
+  if (sh == kSplitShape) return (e & 1) != 0 ? 3 : 2;
+  if (sh == kRowsShape && (e == 8 || e == 12)) return 4;
   return (e == 4 || e == 5 || e == 7 || e == 8 || e == 10) ? 2 : 3;
 }
-constexpr int stage_fours(int e, bool split) {
-  const int rest = e - first_order(e, split);
+constexpr int stage_fours(int e, StageShape sh) {
+  const int rest = e - first_order(e, sh);
   return (rest - (rest & 1) * 3) / 2;
 }
-constexpr int stage_count(int e, bool split) {
-  return 1 + stage_fours(e, split) + ((e - first_order(e, split)) & 1);
-}
-constexpr int stage_radix(int e, int i, bool split) {
-  return i == 0 ? 1 << first_order(e, split) : i <= stage_fours(e, split) ? 4 : 8;
+constexpr int stage_count(int e, StageShape sh) { return 1 + stage_fours(e, sh) + ((e - first_order(e, sh)) & 1); }
+constexpr int stage_radix(int e, int i, StageShape sh) {
+  return i == 0 ? 1 << first_order(e, sh) : i <= stage_fours(e, sh) ? 4 : 8;
 }
 // Length of each transform that stage i combines (the product of the
 // radices before it).
-constexpr i64 stage_m(int e, int i, bool split) {
-  return i == 0 ? 1 : stage_m(e, i - 1, split) * stage_radix(e, i - 1, split);
+constexpr i64 stage_m(int e, int i, StageShape sh) {
+  return i == 0 ? 1 : stage_m(e, i - 1, sh) * stage_radix(e, i - 1, sh);
 }
-// Whether the row plans of a precision take the split shape.
-template <class R> constexpr bool split_rows() { return sizeof(R) == 8; }
+// The row plans of a precision.
+template <class R> constexpr StageShape row_shape() { return sizeof(R) == 8 ? kSplitShape : kRowsShape; }
 struct Pow2Stages {
   std::int32_t order;
   std::int32_t count;

@@ -228,13 +228,13 @@ constexpr int kCoarseOrder = 16;
 template <class R>
 void build_stages(int e, Region& sr, const double* base, int base_order, bool fill, Pow2Stages* pl, i64 block_elems,
                   bool rows = true) {
-  const bool split = rows && split_rows<R>();
-  const int count = stage_count(e, split);
+  const StageShape shape = rows ? row_shape<R>() : kColsShape;
+  const int count = stage_count(e, shape);
   i64 m = 1;
   int block = 0;
   i64 block_len = 0;
   for (int i = 0; i < count; ++i) {
-    const int P = stage_radix(e, i, split);
+    const int P = stage_radix(e, i, shape);
     const i64 L = P * m;
     void* tw = nullptr;
     if (i > 0) {
@@ -298,7 +298,7 @@ i64 build_pow2(int order, Region& sr, Region& ir, bool fill, FftSpec* s) {
     if (fill) make_roots(base, n);
     auto* pl = static_cast<Pow2Stages*>(sr.take(sizeof(Pow2Stages)));
     build_stages<R>(order, sr, base, order, fill, pl, stage_block<R>());
-    const int f = first_order(order, split_rows<R>());
+    const int f = first_order(order, row_shape<R>());
     const i64 groups = n >> f;
     auto* first = static_cast<std::int32_t*>(sr.take(groups * 4));
     if (fill) {

@@ -289,7 +289,8 @@ void stage_cols(R* buf, i64 rows, i64 m, i64 Q, const R* tw) {
 
 template <bool INV, class R>
 QV_INLINE void run_first(int P, const R* src, R* dst, i64 b0, i64 b1) {
-  if (P == 8) first_stage<8, INV>(src, dst, b0, b1);
+  if (P == 16) first_stage<16, INV>(src, dst, b0, b1);
+  else if (P == 8) first_stage<8, INV>(src, dst, b0, b1);
   else first_stage<4, INV>(src, dst, b0, b1);
 }
 template <bool INV, class R>
@@ -480,7 +481,8 @@ void run_stages(const Pow2Stages& pl, const R* src, R* T, R* dst) {
   }
 #endif
   if (pl.first != nullptr) {
-    if (P0 == 8) first_stage_all<8, INV>(src, T, rstep, pl.first, rstep);
+    if (P0 == 16) first_stage_all<16, INV>(src, T, rstep, pl.first, rstep);
+    else if (P0 == 8) first_stage_all<8, INV>(src, T, rstep, pl.first, rstep);
     else first_stage_all<4, INV>(src, T, rstep, pl.first, rstep);
   }
   for (i64 o = 0; o < n; o += bl) {
@@ -503,7 +505,7 @@ template <i64 V> using Cst = std::integral_constant<i64, V>;
 
 template <int E, int I, bool INV, class R>
 QV_INLINE void fixed_rows(const Pow2Stages& pl, R* T, R* dst) {
-  constexpr bool sp = ::qor::dft::split_rows<R>();
+  constexpr auto sp = ::qor::dft::row_shape<R>();
   constexpr int count = ::qor::dft::stage_count(E, sp);
   if constexpr (I < count) {
     constexpr Cst<(i64{1} << E)> n;
@@ -523,12 +525,13 @@ QV_INLINE void fixed_rows(const Pow2Stages& pl, R* T, R* dst) {
 #if defined(__AVX2__)
 template <int E, int I, bool INV>
 QV_INLINE void fixed_split(const Pow2Stages& pl, double* T, double* dst) {
-  constexpr int count = ::qor::dft::stage_count(E, true);
+  constexpr auto sp = ::qor::dft::kSplitShape;
+  constexpr int count = ::qor::dft::stage_count(E, sp);
   if constexpr (I < count) {
     constexpr bool last = I + 1 == count;
-    stage_split<::qor::dft::stage_radix(E, I, true), INV, last>(T, last ? dst : T, Cst<(i64{1} << E)>{},
-                                                                Cst<::qor::dft::stage_m(E, I, true)>{},
-                                                                static_cast<const double*>(pl.tw[I]));
+    stage_split<::qor::dft::stage_radix(E, I, sp), INV, last>(T, last ? dst : T, Cst<(i64{1} << E)>{},
+                                                              Cst<::qor::dft::stage_m(E, I, sp)>{},
+                                                              static_cast<const double*>(pl.tw[I]));
     fixed_split<E, I + 1, INV>(pl, T, dst);
   }
 }
@@ -536,7 +539,7 @@ QV_INLINE void fixed_split(const Pow2Stages& pl, double* T, double* dst) {
 
 template <int E, bool INV, class R>
 __attribute__((flatten)) void run_fixed(const Pow2Stages& pl, const R* src, R* T, R* dst) {
-  constexpr int P0 = ::qor::dft::stage_radix(E, 0, ::qor::dft::split_rows<R>());
+  constexpr int P0 = ::qor::dft::stage_radix(E, 0, ::qor::dft::row_shape<R>());
   constexpr Cst<(i64{1} << E) / P0> groups;
 #if defined(__AVX2__)
   if constexpr (sizeof(R) == 8) {
