@@ -305,7 +305,10 @@ template <bool INV, class R>
 void rows_range(const Pow2Stages& pl, int lo, int hi, R* T, R* dst, i64 n) {
   const int last = pl.count - 1;
   for (int i = lo; i < hi;) {
-    if (i + 1 < hi && pl.radix[i] == 4 && pl.radix[i + 1] == 4) {
+    // A pair reads sixteen rows m apart. From 4 KiB apart on they all fall
+    // in the same sets of the first-level cache and evict each other, so
+    // such stages run one at a time (four rows).
+    if (i + 1 < hi && pl.radix[i] == 4 && pl.radix[i + 1] == 4 && pl.m[i] * 2 * i64{sizeof(R)} < 4096) {
       stage_rows_pair<INV>(T, i + 1 == last ? dst : T, n, pl.m[i], static_cast<const R*>(pl.tw[i]),
                            static_cast<const R*>(pl.tw[i + 1]));
       i += 2;
