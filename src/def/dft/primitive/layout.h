@@ -137,7 +137,11 @@ static_assert(offsetof(DftSpec, rec) == 80);
 // 0 < r < radix[i], are kept per group of four j: for each r, the four
 // cosines, then the four sines; in single precision each value twice
 // (c0 c0 c1 c1 ..., then s0 s0 ...), which loads straight into the
-// interleaved vectors.
+// interleaved vectors. The row plans of double precision keep the four in
+// the lane order of split blocks, j + 0, 2, 1, 3 (split_lane): unpacking
+// two interleaved vectors gives that order, and two unpacks turn it back
+// into interleaved order.
+constexpr int split_lane(int l) { return ((l & 1) << 1) | (l >> 1); }
 template <class R> constexpr int tw_group() { return sizeof(R) == 8 ? 8 : 16; }
 template <class R> constexpr int tw_cos(int l) { return sizeof(R) == 8 ? l : 2 * l; }
 template <class R> constexpr int tw_sin(int l) { return sizeof(R) == 8 ? 4 + l : 8 + 2 * l; }

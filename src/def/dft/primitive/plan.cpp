@@ -245,7 +245,7 @@ void build_stages(int e, Region& sr, const double* base, int base_order, bool fi
         for (i64 j = 0; j < m; ++j)
           for (int r = 1; r < P; ++r) {
             R* g = t + ((j >> 2) * (P - 1) + (r - 1)) * tw_group<R>();
-            const int l = static_cast<int>(j & 3);
+            const int l = shape == kSplitShape ? split_lane(static_cast<int>(j & 3)) : static_cast<int>(j & 3);
             const double* w = base + 2 * ((j * r) << shift);
             g[tw_cos<R>(l)] = static_cast<R>(w[0]);
             g[tw_sin<R>(l)] = static_cast<R>(w[1]);

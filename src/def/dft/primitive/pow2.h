@@ -68,17 +68,21 @@ QV_INLINE F4T pair(const float* c, const float* s, bool conj, F4*) {
 #endif
 
 // Twiddles of lanes l0, l0+1, ... from the split table (four cosines, then
-// four sines, for each group of four j).
+// four sines, for each group of four j; in double precision in the lane
+// order of split blocks).
 QV_INLINE D1T lanes_of(const double* t, int l0, bool conj, D1*) {
-  return d1t_from(_mm_load1_pd(t + l0), _mm_load1_pd(t + 4 + l0), conj);
+  const int at = ::qor::dft::split_lane(l0);
+  return d1t_from(_mm_load1_pd(t + at), _mm_load1_pd(t + 4 + at), conj);
 }
 QV_INLINE F2T lanes_of(const float* t, int l0, bool conj, F2*) {
   return f2t_from(_mm_loadu_ps(t + 2 * l0), _mm_loadu_ps(t + 8 + 2 * l0), conj);
 }
 #if defined(__AVX2__)
 QV_INLINE D2T lanes_of(const double* t, int l0, bool conj, D2*) {
-  const __m256d c = _mm256_permute4x64_pd(_mm256_castpd128_pd256(_mm_loadu_pd(t + l0)), 0x50);
-  __m256d s = _mm256_permute4x64_pd(_mm256_castpd128_pd256(_mm_loadu_pd(t + 4 + l0)), 0x50);
+  // j + l0 and j + l0 + 1 sit at 0 and 2 (l0 = 0) or at 1 and 3 (l0 = 2)
+  const __m256d c4 = _mm256_loadu_pd(t), s4 = _mm256_loadu_pd(t + 4);
+  const __m256d c = l0 == 0 ? _mm256_permute4x64_pd(c4, 0xA0) : _mm256_permute4x64_pd(c4, 0xF5);
+  __m256d s = l0 == 0 ? _mm256_permute4x64_pd(s4, 0xA0) : _mm256_permute4x64_pd(s4, 0xF5);
   if (conj) s = _mm256_xor_pd(s, _mm256_set1_pd(-0.0));
   return {c, s};
 }
@@ -323,8 +327,11 @@ void rows_range(const Pow2Stages& pl, int lo, int hi, R* T, R* dst, i64 n) {
 // ---- double precision in split blocks ---------------------------------------------
 // Between the first and the last stage the data sit in blocks of four
 // elements, four real parts then four imaginary parts, at the offset the
-// four would have interleaved. Twiddle products then need no shuffles, and
-// a product by -i is an exchange of registers.
+// four would have interleaved, in the lane order 0, 2, 1, 3 (SD4; the
+// twiddle tables follow it). Twiddle products then need no shuffles, a
+// product by -i is an exchange of registers, and the last stage writes
+// interleaved data with two unpacks. The first stage's transposes take
+// their rows in that order.
 QV_INLINE SD4 gather_split(const double* p, const i64* off) {
   const __m256d a = _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(p + 2 * off[0])), _mm_loadu_pd(p + 2 * off[2]), 1);
   const __m256d b = _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(p + 2 * off[1])), _mm_loadu_pd(p + 2 * off[3]), 1);
@@ -339,11 +346,6 @@ QV_INLINE void transpose4(__m256d r0, __m256d r1, __m256d r2, __m256d r3, __m256
   c[2] = _mm256_permute2f128_pd(t0, t2, 0x31);
   c[3] = _mm256_permute2f128_pd(t1, t3, 0x31);
 }
-QV_INLINE void store_split_interleaved(const SD4& x, double* p) {
-  const __m256d u0 = _mm256_unpacklo_pd(x.re, x.im), u1 = _mm256_unpackhi_pd(x.re, x.im);
-  _mm256_storeu_pd(p, _mm256_permute2f128_pd(u0, u1, 0x20));
-  _mm256_storeu_pd(p + 4, _mm256_permute2f128_pd(u0, u1, 0x31));
-}
 
 // The first stage on data already in bit-reversed order, four groups
 // at a time.
@@ -357,8 +359,8 @@ void first_split(const double* src, double* dst, i64 b0, i64 b1) {
     double* d = dst + 2 * (P * b);
     sfor<0, P / 4>([&](auto h) __attribute__((always_inline)) {
       __m256d cr[4], ci[4];
-      transpose4(a[4 * h].re, a[4 * h + 1].re, a[4 * h + 2].re, a[4 * h + 3].re, cr);
-      transpose4(a[4 * h].im, a[4 * h + 1].im, a[4 * h + 2].im, a[4 * h + 3].im, ci);
+      transpose4(a[4 * h].re, a[4 * h + 2].re, a[4 * h + 1].re, a[4 * h + 3].re, cr);
+      transpose4(a[4 * h].im, a[4 * h + 2].im, a[4 * h + 1].im, a[4 * h + 3].im, ci);
       for (int l = 0; l < 4; ++l) {
         _mm256_storeu_pd(d + 2 * (P * l + 4 * h), cr[l]);
         _mm256_storeu_pd(d + 2 * (P * l + 4 * h) + 4, ci[l]);
@@ -385,8 +387,8 @@ void first_split_all(const double* src, double* dst, I G, const std::int32_t* fi
     Dft<P, INV, SD4>::run(a);
     sfor<0, P / 4>([&](auto h) __attribute__((always_inline)) {
       __m256d cr[4], ci[4];
-      transpose4(a[4 * h].re, a[4 * h + 1].re, a[4 * h + 2].re, a[4 * h + 3].re, cr);
-      transpose4(a[4 * h].im, a[4 * h + 1].im, a[4 * h + 2].im, a[4 * h + 3].im, ci);
+      transpose4(a[4 * h].re, a[4 * h + 2].re, a[4 * h + 1].re, a[4 * h + 3].re, cr);
+      transpose4(a[4 * h].im, a[4 * h + 2].im, a[4 * h + 1].im, a[4 * h + 3].im, ci);
       for (int l = 0; l < 4; ++l) {
         double* d = dst + 2 * (P * (b + l * q) + 4 * h);
         _mm256_storeu_pd(d, cr[l]);
@@ -413,7 +415,7 @@ void stage_split(const double* src, double* dst, I n, J m, const double* tw) {
     sfor<1, P>([&](auto r) __attribute__((always_inline)) { a[r] = cmul(SD4::load(ps + rev_digit<P>(r) * ms), t[r]); });
     Dft<P, INV, SD4>::run(a);
     sfor<0, P>([&](auto k) __attribute__((always_inline)) {
-      if constexpr (OUT_IL) store_split_interleaved(a[k], pd + k * ms);
+      if constexpr (OUT_IL) a[k].store_interleaved(pd + k * ms);
       else a[k].store(pd + k * ms);
     });
   };
