@@ -181,6 +181,8 @@ constexpr i64 stage_m(int e, int i, StageShape sh) {
 }
 // The row plans of a precision.
 template <class R> constexpr StageShape row_shape() { return sizeof(R) == 8 ? kSplitShape : kRowsShape; }
+// Elements per block of the in-cache row stages (32 KiB of data).
+template <class R> constexpr i64 stage_block_elems() { return 32768 / (2 * i64{sizeof(R)}); }
 struct Pow2Stages {
   std::int32_t order;
   std::int32_t count;

@@ -277,12 +277,6 @@ void build_stages(int e, Region& sr, const double* base, int base_order, bool fi
   }
 }
 
-// Elements per block of the in-cache stages: half the first-level cache.
-template <class R>
-i64 stage_block() {
-  return 32768 / (2 * i64{sizeof(R)});
-}
-
 int bit_reverse(i64 v, int bits) {
   int r = 0;
   for (int b = 0; b < bits; ++b) r |= static_cast<int>((v >> b) & 1) << (bits - 1 - b);
@@ -297,7 +291,7 @@ i64 build_pow2(int order, Region& sr, Region& ir, bool fill, FftSpec* s) {
     auto* base = static_cast<double*>(ir.take(n * 16));
     if (fill) make_roots(base, n);
     auto* pl = static_cast<Pow2Stages*>(sr.take(sizeof(Pow2Stages)));
-    build_stages<R>(order, sr, base, order, fill, pl, stage_block<R>());
+    build_stages<R>(order, sr, base, order, fill, pl, stage_block_elems<R>());
     const int f = first_order(order, row_shape<R>());
     const i64 groups = n >> f;
     auto* first = static_cast<std::int32_t*>(sr.take(groups * 4));
@@ -368,7 +362,7 @@ i64 build_pow2(int order, Region& sr, Region& ir, bool fill, FftSpec* s) {
     e -= blk;
     ++levels;
   }
-  build_stages<R>(e, sr, coarse, kCoarseOrder, fill, fill ? &lg->leaf : nullptr, stage_block<R>());
+  build_stages<R>(e, sr, coarse, kCoarseOrder, fill, fill ? &lg->leaf : nullptr, stage_block_elems<R>());
   if (fill) {
     lg->levels = levels;
     s->large = lg;

@@ -291,6 +291,15 @@ void stage_cols(R* buf, i64 rows, i64 m, i64 Q, const R* tw) {
     }
 }
 
+// Whether two radix-4 stages combining transforms of length m run as one
+// pass. A pair reads sixteen rows m apart; from 4 KiB apart on they all
+// fall in the same sets of the first-level cache and evict each other, so
+// such stages run one at a time (four rows).
+template <class R>
+constexpr bool pair_fits(i64 m) {
+  return m * 2 * i64{sizeof(R)} < 4096;
+}
+
 template <bool INV, class R>
 QV_INLINE void run_first(int P, const R* src, R* dst, i64 b0, i64 b1) {
   if (P == 16) first_stage<16, INV>(src, dst, b0, b1);
@@ -309,10 +318,7 @@ template <bool INV, class R>
 void rows_range(const Pow2Stages& pl, int lo, int hi, R* T, R* dst, i64 n) {
   const int last = pl.count - 1;
   for (int i = lo; i < hi;) {
-    // A pair reads sixteen rows m apart. From 4 KiB apart on they all fall
-    // in the same sets of the first-level cache and evict each other, so
-    // such stages run one at a time (four rows).
-    if (i + 1 < hi && pl.radix[i] == 4 && pl.radix[i + 1] == 4 && pl.m[i] * 2 * i64{sizeof(R)} < 4096) {
+    if (i + 1 < hi && pl.radix[i] == 4 && pl.radix[i + 1] == 4 && pair_fits<R>(pl.m[i])) {
       stage_rows_pair<INV>(T, i + 1 == last ? dst : T, n, pl.m[i], static_cast<const R*>(pl.tw[i]),
                            static_cast<const R*>(pl.tw[i + 1]));
       i += 2;
@@ -505,7 +511,9 @@ void run_stages(const Pow2Stages& pl, const R* src, R* T, R* dst) {
 // dispatch and the block loop are gone: at 64 points these were a fifth of
 // the instructions. Up to fixed_top the whole array is one in-cache block,
 // so run_stages would run the same stages in the same order.
-template <class R> constexpr int fixed_top() { return sizeof(R) == 8 ? 11 : 12; }
+template <class R> constexpr int fixed_top() {
+  return __builtin_ctzll(static_cast<unsigned long long>(::qor::dft::stage_block_elems<R>()));
+}
 template <i64 V> using Cst = std::integral_constant<i64, V>;
 
 template <int E, int I, bool INV, class R>
@@ -517,7 +525,7 @@ QV_INLINE void fixed_rows(const Pow2Stages& pl, R* T, R* dst) {
     constexpr Cst<::qor::dft::stage_m(E, I, sp)> m;
     constexpr int P = ::qor::dft::stage_radix(E, I, sp);
     const R* tw = static_cast<const R*>(pl.tw[I]);
-    if constexpr (I + 1 < count && P == 4 && ::qor::dft::stage_radix(E, I + 1, sp) == 4) {
+    if constexpr (I + 1 < count && P == 4 && ::qor::dft::stage_radix(E, I + 1, sp) == 4 && pair_fits<R>(m)) {
       stage_rows_pair<INV>(T, I + 2 == count ? dst : T, n, m, tw, static_cast<const R*>(pl.tw[I + 1]));
       fixed_rows<E, I + 2, INV>(pl, T, dst);
     } else {
