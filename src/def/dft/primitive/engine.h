@@ -490,21 +490,21 @@ void run_plan(const StepPlan& pl, const R* in, R* out, R* work) {
   const i64 len = i64{rec[g].factor} * rec[g].rest;
   R* A = work + 2 * ::qor::dft::plan_top_elems(rec, n, g);
   R* B = A + 2 * pl.width * len;
-  if (g == 0 && pl.width >= S && cur != out) {
-    // One block over the whole array, out of place: the output is one of
-    // the two buffers, and the last step (no twiddles, one output per
-    // input place) runs in place in it. The steps then touch three arrays
-    // instead of four.
-    R* a = ((n - g) & 1) == 0 ? out : A;
+  if (g == 0 && cur != out) {
+    // With every record grouped the walk is one block of one column (the
+    // first record's stride is 1). Out of place, the output is then one of
+    // the two buffers, and the last step (no twiddles, one output per input
+    // place) runs in place in it: the steps touch three arrays, not four.
+    R* a = (n & 1) == 0 ? out : A;
     R* b = a == out ? A : out;
-    record_step<INV>(rec[g], cur, a, 1, S, S, S, true, role(g));
-    for (int i = g + 1; i < n - 1; ++i) {
-      record_step<INV>(rec[i], a, b, rec[i].stride / S, S, S, S, false, role(i));
+    record_step<INV>(rec[0], cur, a, 1, 1, 1, 1, true, role(0));
+    for (int i = 1; i < n - 1; ++i) {
+      record_step<INV>(rec[i], a, b, rec[i].stride, 1, 1, 1, false, role(i));
       R* t = a;
       a = b;
       b = t;
     }
-    record_step<INV>(rec[n - 1], a, out, rec[n - 1].stride / S, S, S, S, false, role(n - 1));
+    record_step<INV>(rec[n - 1], a, out, rec[n - 1].stride, 1, 1, 1, false, role(n - 1));
     return;
   }
   for (i64 q0 = 0; q0 < S; q0 += pl.width) {
