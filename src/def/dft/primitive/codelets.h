@@ -105,6 +105,17 @@ QV_INLINE V twiddle_const(V a) {
   }
 }
 
+// x + r and x - r for r = -i y (forward) or +i y (inverse), in place.
+// Vector types with a cheaper form than a rotation and two additions
+// overload it.
+template <bool INV, class V>
+QV_INLINE void rot_sum_diff(V& x, V& y) {
+  const V r = INV ? rotp(y) : rotm(y);
+  const V t = x;
+  x = t + r;
+  y = t - r;
+}
+
 template <int N, bool INV, class V>
 struct Dft;
 
@@ -127,11 +138,11 @@ struct Dft<4, INV, V> {
   static QV_INLINE void run(V* a) {
     V t0 = a[0] + a[2], t1 = a[0] - a[2];
     V t2 = a[1] + a[3], t3 = a[1] - a[3];
-    t3 = INV ? rotp(t3) : rotm(t3);
     a[0] = t0 + t2;
     a[2] = t0 - t2;
-    a[1] = t1 + t3;
-    a[3] = t1 - t3;
+    rot_sum_diff<INV>(t1, t3);
+    a[1] = t1;
+    a[3] = t3;
   }
 };
 
@@ -157,14 +168,11 @@ struct DftPrime {
         A = fmar(A, s[j], static_cast<real>(ct::cos2pi(jk, P)));
         if constexpr (j > 1) B = fmar(B, d[j], static_cast<real>(ct::sin2pi(jk, P)));
       });
-      V rb = rotm(B);  // -i B
-      if constexpr (INV) {
-        a[k] = A - rb;
-        a[P - k] = A + rb;
-      } else {
-        a[k] = A + rb;
-        a[P - k] = A - rb;
-      }
+      // X_k = A - i B, X_{P-k} = A + i B (forward; the inverse has the
+      // other signs)
+      rot_sum_diff<INV>(A, B);
+      a[k] = A;
+      a[P - k] = B;
     });
     a[0] = sum;
   }

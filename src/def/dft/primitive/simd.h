@@ -185,6 +185,18 @@ QV_INLINE D2 rotm(D2 a) {
 QV_INLINE D2 rotp(D2 a) {
   return {_mm256_xor_pd(_mm256_permute_pd(a.v, 5), _mm256_set_pd(0.0, -0.0, 0.0, -0.0))};
 }
+// x + r and x - r for r = -i y (forward) or +i y (inverse), in place: the
+// exchange of real and imaginary parts is one permute, and the signs go
+// into an add-subtract and a fused subtract-add (times one, so exact)
+// instead of a sign flip of their own.
+template <bool INV>
+QV_INLINE void rot_sum_diff(D2& x, D2& y) {
+  const __m256d p = _mm256_permute_pd(y.v, 5);
+  const __m256d a = _mm256_fmsubadd_pd(x.v, _mm256_set1_pd(1.0), p);  // x.re + y.im, x.im - y.re
+  const __m256d s = _mm256_addsub_pd(x.v, p);                          // x.re - y.im, x.im + y.re
+  x.v = INV ? s : a;
+  y.v = INV ? a : s;
+}
 struct D2T {
   __m256d re, im;
 };
@@ -221,6 +233,14 @@ QV_INLINE F4 rotm(F4 a) {
 }
 QV_INLINE F4 rotp(F4 a) {
   return {_mm256_xor_ps(_mm256_permute_ps(a.v, 0xB1), _mm256_set_ps(0.f, -0.f, 0.f, -0.f, 0.f, -0.f, 0.f, -0.f))};
+}
+template <bool INV>
+QV_INLINE void rot_sum_diff(F4& x, F4& y) {
+  const __m256 p = _mm256_permute_ps(y.v, 0xB1);
+  const __m256 a = _mm256_fmsubadd_ps(x.v, _mm256_set1_ps(1.f), p);
+  const __m256 s = _mm256_addsub_ps(x.v, p);
+  x.v = INV ? s : a;
+  y.v = INV ? a : s;
 }
 struct F4T {
   __m256 re, im;
@@ -272,8 +292,11 @@ QV_INLINE SD4 fmar(SD4 acc, SD4 a, double c) {
   const __m256d k = _mm256_set1_pd(c);
   return {_mm256_fmadd_pd(a.re, k, acc.re), _mm256_fmadd_pd(a.im, k, acc.im)};
 }
-QV_INLINE SD4 rotm(SD4 a) { return {a.im, _mm256_xor_pd(a.re, _mm256_set1_pd(-0.0))}; }
-QV_INLINE SD4 rotp(SD4 a) { return {_mm256_xor_pd(a.im, _mm256_set1_pd(-0.0)), a.re}; }
+// Negation written as such (not as a sign flip), so that the compiler folds
+// it into the addition or subtraction that follows: a rotation then costs
+// nothing at all.
+QV_INLINE SD4 rotm(SD4 a) { return {a.im, -a.re}; }
+QV_INLINE SD4 rotp(SD4 a) { return {-a.im, a.re}; }
 // t.re holds the cosine, t.im the sine, each in every lane.
 QV_INLINE SD4 cmul(SD4 a, D2T t) {
   return {_mm256_fmsub_pd(a.re, t.re, _mm256_mul_pd(a.im, t.im)), _mm256_fmadd_pd(a.re, t.im, _mm256_mul_pd(a.im, t.re))};
