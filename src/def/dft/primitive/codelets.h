@@ -185,18 +185,23 @@ struct DftSplit {
   static QV_INLINE void run(V* a) {
     constexpr int N = N1 * N2;
     V y[N];
+    // With N2 = 2 a quarter-turn twiddle is left to the last butterfly,
+    // which takes it as a rotated sum and difference.
+    auto quarter = [](auto j2, auto k1) { return N2 == 2 && 4 * j2 * k1 == N; };
     sfor<0, N2>([&](auto j2) __attribute__((always_inline)) {
       V t[N1];
       sfor<0, N1>([&](auto j1) __attribute__((always_inline)) { t[j1] = a[N2 * j1 + j2]; });
       Dft<N1, INV, V>::run(t);
       sfor<0, N1>([&](auto k1) __attribute__((always_inline)) {
-        y[j2 * N1 + k1] = twiddle_const<j2 * k1, N, INV>(t[k1]);
+        if constexpr (quarter(j2, k1)) y[j2 * N1 + k1] = t[k1];
+        else y[j2 * N1 + k1] = twiddle_const<j2 * k1, N, INV>(t[k1]);
       });
     });
     sfor<0, N1>([&](auto k1) __attribute__((always_inline)) {
       V t[N2];
       sfor<0, N2>([&](auto j2) __attribute__((always_inline)) { t[j2] = y[j2 * N1 + k1]; });
-      Dft<N2, INV, V>::run(t);
+      if constexpr (quarter(std::integral_constant<int, 1>{}, k1)) rot_sum_diff<INV>(t[0], t[1]);
+      else Dft<N2, INV, V>::run(t);
       sfor<0, N2>([&](auto k2) __attribute__((always_inline)) { a[k1 + N1 * k2] = t[k2]; });
     });
   }
