@@ -148,13 +148,17 @@ template <class R> constexpr int tw_sin(int l) { return sizeof(R) == 8 ? 4 + l :
 constexpr int kMaxStages = 10;
 
 // Shape of the stage plan of order e (from 4 up): a first stage of radix
-// 4, 8 or 16, then radix-4 stages, and one radix-8 stage last when what is
-// left after the first stage is of odd order. Three kinds of plan:
+// 4, 8 or 16, then radix-4 stages, then radix-8 stages: one when what is
+// left after the first stage is of odd order, otherwise none, except
+// where a shape says so. Three kinds of plan:
 // - kColsShape, the transforms across columns of the large engine: the
 //   first stage of radix 4 or 8 by order;
 // - kRowsShape, along the rows in interleaved vectors (single precision):
-//   orders 8 and 12 take a radix-16 first stage, which leaves whole pairs
-//   of radix-4 stages for the kernels that run two at a time;
+//   orders 7, 8 and 12 take a first stage that leaves whole pairs of
+//   radix-4 stages for the kernels that run two at a time (8 for order 7,
+//   16 for 8 and 12), and order 9 runs as three radix-8 stages, which
+//   takes as many passes as 8, 4 x 4, 4 and a quarter fewer twiddle
+//   products;
 // - kSplitShape, along the rows in split blocks (double precision): a
 //   radix-8 first stage only for odd orders, so that no radix-8 stage with
 //   twiddles follows; eight split values fill the sixteen vector
@@ -164,13 +168,18 @@ enum StageShape : int { kColsShape, kRowsShape, kSplitShape };
 constexpr int first_order(int e, StageShape sh) {
   if (sh == kSplitShape) return (e & 1) != 0 ? 3 : 2;
   if (sh == kRowsShape && (e == 8 || e == 12)) return 4;
+  if (sh == kRowsShape && e == 7) return 3;
   return (e == 4 || e == 5 || e == 7 || e == 8 || e == 10) ? 2 : 3;
+}
+constexpr int stage_eights(int e, StageShape sh) {
+  if (sh == kRowsShape && e == 9) return 2;
+  return (e - first_order(e, sh)) & 1;
 }
 constexpr int stage_fours(int e, StageShape sh) {
   const int rest = e - first_order(e, sh);
-  return (rest - (rest & 1) * 3) / 2;
+  return (rest - stage_eights(e, sh) * 3) / 2;
 }
-constexpr int stage_count(int e, StageShape sh) { return 1 + stage_fours(e, sh) + ((e - first_order(e, sh)) & 1); }
+constexpr int stage_count(int e, StageShape sh) { return 1 + stage_fours(e, sh) + stage_eights(e, sh); }
 constexpr int stage_radix(int e, int i, StageShape sh) {
   return i == 0 ? 1 << first_order(e, sh) : i <= stage_fours(e, sh) ? 4 : 8;
 }
