@@ -360,31 +360,40 @@ QV_INLINE void store_columns(__m256d r0, __m256d r1, __m256d r2, __m256d r3, dou
   for (int l = 0; l < 4; ++l) _mm256_storeu_pd(d[l] + off, c[l]);
 }
 
-// A radix-8 first stage for four groups: input r of the lanes from in(r),
-// the eight outputs of lane l as two split blocks at d[l]. Written out so
-// that the real parts of the last butterflies are finished and stored
-// before the imaginary ones: sixteen registers hold the data, and the
-// transposes find room beside them.
-template <bool INV, class In>
-QV_INLINE void first8_split(In&& in, double* const* d) {
-  SD4 e[4] = {in(0), in(2), in(4), in(6)};
-  Dft<4, INV, SD4>::run(e);
-  SD4 o[4] = {in(1), in(3), in(5), in(7)};
-  Dft<4, INV, SD4>::run(o);
-  o[1] = twiddle_const<1, 8, INV>(o[1]);
-  o[2] = twiddle_const<2, 8, INV>(o[2]);
-  o[3] = twiddle_const<3, 8, INV>(o[3]);
-  auto half = [&](auto part, i64 off) __attribute__((always_inline)) {
-    __m256d x[8];
-    for (int k = 0; k < 4; ++k) {
-      x[k] = _mm256_add_pd(part(e[k]), part(o[k]));
-      x[k + 4] = _mm256_sub_pd(part(e[k]), part(o[k]));
-    }
-    store_columns(x[0], x[2], x[1], x[3], d, off);
-    store_columns(x[4], x[6], x[5], x[7], d, off + 8);
-  };
-  half([](const SD4& v) __attribute__((always_inline)) { return v.re; }, 0);
-  half([](const SD4& v) __attribute__((always_inline)) { return v.im; }, 4);
+// The first stage for four groups (lanes) of P = 4 or 8: input r of the
+// lanes from in(r), the P outputs of lane l as P / 4 split blocks at d[l]
+// (block h holds outputs 4h + 0, 2, 1, 3). Radix 8 is written out so that
+// the real parts of the last butterflies are finished and stored before
+// the imaginary ones: sixteen registers hold the data, and the transposes
+// find room beside them.
+template <int P, bool INV, class In>
+QV_INLINE void first_split_groups(In&& in, double* const* d) {
+  if constexpr (P == 4) {
+    SD4 a[4] = {in(0), in(1), in(2), in(3)};
+    Dft<4, INV, SD4>::run(a);
+    store_columns(a[0].re, a[2].re, a[1].re, a[3].re, d, 0);
+    store_columns(a[0].im, a[2].im, a[1].im, a[3].im, d, 4);
+  } else {
+    static_assert(P == 8);
+    SD4 e[4] = {in(0), in(2), in(4), in(6)};
+    Dft<4, INV, SD4>::run(e);
+    SD4 o[4] = {in(1), in(3), in(5), in(7)};
+    Dft<4, INV, SD4>::run(o);
+    o[1] = twiddle_const<1, 8, INV>(o[1]);
+    o[2] = twiddle_const<2, 8, INV>(o[2]);
+    o[3] = twiddle_const<3, 8, INV>(o[3]);
+    auto half = [&](auto part, i64 off) __attribute__((always_inline)) {
+      __m256d x[8];
+      for (int k = 0; k < 4; ++k) {
+        x[k] = _mm256_add_pd(part(e[k]), part(o[k]));
+        x[k + 4] = _mm256_sub_pd(part(e[k]), part(o[k]));
+      }
+      store_columns(x[0], x[2], x[1], x[3], d, off);
+      store_columns(x[4], x[6], x[5], x[7], d, off + 8);
+    };
+    half([](const SD4& v) __attribute__((always_inline)) { return v.re; }, 0);
+    half([](const SD4& v) __attribute__((always_inline)) { return v.im; }, 4);
+  }
 }
 
 // The first stage on data already in bit-reversed order, four groups
@@ -393,24 +402,9 @@ template <int P, bool INV>
 void first_split(const double* src, double* dst, i64 b0, i64 b1) {
   for (i64 b = b0; b < b1; b += 4) {
     const i64 off[4] = {P * b, P * (b + 1), P * (b + 2), P * (b + 3)};
-    if constexpr (P == 8) {
-      double* const d[4] = {dst + 2 * off[0], dst + 2 * off[1], dst + 2 * off[2], dst + 2 * off[3]};
-      first8_split<INV>([&](int r) __attribute__((always_inline)) { return gather_split(src + 2 * rev_digit<P>(r), off); }, d);
-      continue;
-    }
-    SD4 a[P];
-    sfor<0, P>([&](auto r) __attribute__((always_inline)) { a[r] = gather_split(src + 2 * rev_digit<P>(r), off); });
-    Dft<P, INV, SD4>::run(a);
-    double* d = dst + 2 * (P * b);
-    sfor<0, P / 4>([&](auto h) __attribute__((always_inline)) {
-      __m256d cr[4], ci[4];
-      transpose4(a[4 * h].re, a[4 * h + 2].re, a[4 * h + 1].re, a[4 * h + 3].re, cr);
-      transpose4(a[4 * h].im, a[4 * h + 2].im, a[4 * h + 1].im, a[4 * h + 3].im, ci);
-      for (int l = 0; l < 4; ++l) {
-        _mm256_storeu_pd(d + 2 * (P * l + 4 * h), cr[l]);
-        _mm256_storeu_pd(d + 2 * (P * l + 4 * h) + 4, ci[l]);
-      }
-    });
+    double* const d[4] = {dst + 2 * off[0], dst + 2 * off[1], dst + 2 * off[2], dst + 2 * off[3]};
+    first_split_groups<P, INV>([&](int r) __attribute__((always_inline)) { return gather_split(src + 2 * rev_digit<P>(r), off); },
+                               d);
   }
 }
 
@@ -424,28 +418,13 @@ void first_split_all(const double* src, double* dst, I G, const std::int32_t* fi
   for (i64 b = 0; b < q; ++b) {
     const double* x = src + 2 * i64{first[b]};
     const i64 rs = 2 * stride_of<(P > 4)>(rstep);
-    auto in = [&](int r) __attribute__((always_inline)) {
-      const __m256d lo = _mm256_loadu_pd(x + rs * r), hi = _mm256_loadu_pd(x + rs * r + 4);
-      return SD4{_mm256_unpacklo_pd(lo, hi), _mm256_unpackhi_pd(lo, hi)};
-    };
-    if constexpr (P == 8) {
-      double* const d[4] = {dst + 2 * P * b, dst + 2 * P * (b + q), dst + 2 * P * (b + 2 * q), dst + 2 * P * (b + 3 * q)};
-      first8_split<INV>(in, d);
-      continue;
-    }
-    SD4 a[P];
-    sfor<0, P>([&](auto r) __attribute__((always_inline)) { a[r] = in(r); });
-    Dft<P, INV, SD4>::run(a);
-    sfor<0, P / 4>([&](auto h) __attribute__((always_inline)) {
-      __m256d cr[4], ci[4];
-      transpose4(a[4 * h].re, a[4 * h + 2].re, a[4 * h + 1].re, a[4 * h + 3].re, cr);
-      transpose4(a[4 * h].im, a[4 * h + 2].im, a[4 * h + 1].im, a[4 * h + 3].im, ci);
-      for (int l = 0; l < 4; ++l) {
-        double* d = dst + 2 * (P * (b + l * q) + 4 * h);
-        _mm256_storeu_pd(d, cr[l]);
-        _mm256_storeu_pd(d + 4, ci[l]);
-      }
-    });
+    double* const d[4] = {dst + 2 * P * b, dst + 2 * P * (b + q), dst + 2 * P * (b + 2 * q), dst + 2 * P * (b + 3 * q)};
+    first_split_groups<P, INV>(
+        [&](int r) __attribute__((always_inline)) {
+          const __m256d lo = _mm256_loadu_pd(x + rs * r), hi = _mm256_loadu_pd(x + rs * r + 4);
+          return SD4{_mm256_unpacklo_pd(lo, hi), _mm256_unpackhi_pd(lo, hi)};
+        },
+        d);
   }
 }
 
