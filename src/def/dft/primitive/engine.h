@@ -641,6 +641,23 @@ void exec_dft(const ::qor::dft::DftSpec* spec, const R* in, R* out, R* work, boo
 
 namespace dfte {
 
+// y_j = x_j c_j for count complex values (y may be x), with x_j
+// conjugated first (CONJ_X) or the product conjugated (CONJ_Y).
+template <bool CONJ_X, bool CONJ_Y, class R>
+void times_each(const R* x, const R* c, R* y, i64 count) {
+  using W = typename VecSet<R>::W;
+  using O = typename VecSet<R>::O;
+  auto one = [&](auto v, auto w) __attribute__((always_inline)) {
+    if constexpr (CONJ_X) v = conj(v);
+    auto p = cmul(v, Tw<decltype(w)>::of(w, false));
+    if constexpr (CONJ_Y) p = conj(p);
+    return p;
+  };
+  i64 j = 0;
+  for (; j + W::N <= count; j += W::N) one(W::load(x + 2 * j), W::load(c + 2 * j)).store(y + 2 * j);
+  for (; j < count; ++j) one(O::load(x + 2 * j), O::load(c + 2 * j)).store(y + 2 * j);
+}
+
 template <class R>
 void run_conv(const ::qor::dft::DftSpec* spec, const R* in, R* out, R* work, bool inv) {
   const i64 L = spec->length, M = spec->conv_length;
@@ -649,25 +666,14 @@ void run_conv(const ::qor::dft::DftSpec* spec, const R* in, R* out, R* work, boo
   const auto* nested = static_cast<const ::qor::dft::DftSpec*>(spec->fft_spec);
   R* a = work;
   R* nwork = work + 2 * (::qor::dft::round64(M * 2 * i64{sizeof(R)}) / i64{sizeof(R)} / 2);
-  const R sg = inv ? R(-1) : R(1);
-  for (i64 j = 0; j < L; ++j) {
-    const R xr = in[2 * j], xi = sg * in[2 * j + 1], cr = chirp[2 * j], ci = chirp[2 * j + 1];
-    a[2 * j] = xr * cr - xi * ci;
-    a[2 * j + 1] = xr * ci + xi * cr;
-  }
+  if (inv) times_each<true, false>(in, chirp, a, L);
+  else times_each<false, false>(in, chirp, a, L);
   std::memset(static_cast<void*>(a + 2 * L), 0, static_cast<std::size_t>(M - L) * 2 * sizeof(R));
   exec_dft<R>(nested, a, a, nwork, false);
-  for (i64 j = 0; j < M; ++j) {
-    const R xr = a[2 * j], xi = a[2 * j + 1], fr = filter[2 * j], fi = filter[2 * j + 1];
-    a[2 * j] = xr * fr - xi * fi;
-    a[2 * j + 1] = xr * fi + xi * fr;
-  }
+  times_each<false, false>(a, filter, a, M);
   exec_dft<R>(nested, a, a, nwork, true);
-  for (i64 k = 0; k < L; ++k) {
-    const R xr = a[2 * k], xi = a[2 * k + 1], cr = chirp[2 * k], ci = chirp[2 * k + 1];
-    out[2 * k] = xr * cr - xi * ci;
-    out[2 * k + 1] = sg * (xr * ci + xi * cr);
-  }
+  if (inv) times_each<false, true>(a, chirp, out, L);
+  else times_each<false, false>(a, chirp, out, L);
 }
 
 }  // namespace dfte

@@ -53,6 +53,7 @@ QV_INLINE D1 fmar(D1 acc, D1 a, double c) {
 }
 QV_INLINE D1 rotm(D1 a) { return {_mm_xor_pd(_mm_shuffle_pd(a.v, a.v, 1), _mm_set_pd(-0.0, 0.0))}; }
 QV_INLINE D1 rotp(D1 a) { return {_mm_xor_pd(_mm_shuffle_pd(a.v, a.v, 1), _mm_set_pd(0.0, -0.0))}; }
+QV_INLINE D1 conj(D1 a) { return {_mm_xor_pd(a.v, _mm_set_pd(-0.0, 0.0))}; }
 
 struct D1T {
   __m128d re, im;
@@ -118,7 +119,8 @@ struct F1 {
   }                                                                                                        \
   QV_INLINE T rotp(T a) {                                                                                  \
     return {_mm_xor_ps(_mm_shuffle_ps(a.v, a.v, _MM_SHUFFLE(2, 3, 0, 1)), _mm_set_ps(0.f, -0.f, 0.f, -0.f))}; \
-  }
+  }                                                                                                        \
+  QV_INLINE T conj(T a) { return {_mm_xor_ps(a.v, _mm_set_ps(-0.f, 0.f, -0.f, 0.f))}; }
 QV_FLOAT128_OPS(F2)
 QV_FLOAT128_OPS(F1)
 #undef QV_FLOAT128_OPS
@@ -185,6 +187,7 @@ QV_INLINE D2 rotm(D2 a) {
 QV_INLINE D2 rotp(D2 a) {
   return {_mm256_xor_pd(_mm256_permute_pd(a.v, 5), _mm256_set_pd(0.0, -0.0, 0.0, -0.0))};
 }
+QV_INLINE D2 conj(D2 a) { return {_mm256_xor_pd(a.v, _mm256_set_pd(-0.0, 0.0, -0.0, 0.0))}; }
 // x + r and x - r for r = -i y (forward) or +i y (inverse), in place: the
 // exchange of real and imaginary parts is one permute, and the signs go
 // into an add-subtract and a fused subtract-add (times one, so exact)
@@ -234,6 +237,7 @@ QV_INLINE F4 rotm(F4 a) {
 QV_INLINE F4 rotp(F4 a) {
   return {_mm256_xor_ps(_mm256_permute_ps(a.v, 0xB1), _mm256_set_ps(0.f, -0.f, 0.f, -0.f, 0.f, -0.f, 0.f, -0.f))};
 }
+QV_INLINE F4 conj(F4 a) { return {_mm256_xor_ps(a.v, _mm256_set_ps(-0.f, 0.f, -0.f, 0.f, -0.f, 0.f, -0.f, 0.f))}; }
 template <bool INV>
 QV_INLINE void rot_sum_diff(F4& x, F4& y) {
   const __m256 p = _mm256_permute_ps(y.v, 0xB1);
