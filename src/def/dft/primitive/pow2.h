@@ -343,21 +343,14 @@ QV_INLINE SD4 gather_split(const double* p, const i64* off) {
   const __m256d b = _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(p + 2 * off[1])), _mm_loadu_pd(p + 2 * off[3]), 1);
   return {_mm256_unpacklo_pd(a, b), _mm256_unpackhi_pd(a, b)};
 }
-// Columns of the 4 x 4 matrix with rows r0..r3.
-QV_INLINE void transpose4(__m256d r0, __m256d r1, __m256d r2, __m256d r3, __m256d* c) {
+// Column l of the 4 x 4 matrix with rows r0..r3 stored at d[l] + off.
+QV_INLINE void store_columns(__m256d r0, __m256d r1, __m256d r2, __m256d r3, double* const* d, i64 off) {
   const __m256d t0 = _mm256_unpacklo_pd(r0, r1), t1 = _mm256_unpackhi_pd(r0, r1);
   const __m256d t2 = _mm256_unpacklo_pd(r2, r3), t3 = _mm256_unpackhi_pd(r2, r3);
-  c[0] = _mm256_permute2f128_pd(t0, t2, 0x20);
-  c[1] = _mm256_permute2f128_pd(t1, t3, 0x20);
-  c[2] = _mm256_permute2f128_pd(t0, t2, 0x31);
-  c[3] = _mm256_permute2f128_pd(t1, t3, 0x31);
-}
-
-// Rows r0..r3 transposed, column l stored at d[l] + off.
-QV_INLINE void store_columns(__m256d r0, __m256d r1, __m256d r2, __m256d r3, double* const* d, i64 off) {
-  __m256d c[4];
-  transpose4(r0, r1, r2, r3, c);
-  for (int l = 0; l < 4; ++l) _mm256_storeu_pd(d[l] + off, c[l]);
+  _mm256_storeu_pd(d[0] + off, _mm256_permute2f128_pd(t0, t2, 0x20));
+  _mm256_storeu_pd(d[1] + off, _mm256_permute2f128_pd(t1, t3, 0x20));
+  _mm256_storeu_pd(d[2] + off, _mm256_permute2f128_pd(t0, t2, 0x31));
+  _mm256_storeu_pd(d[3] + off, _mm256_permute2f128_pd(t1, t3, 0x31));
 }
 
 // The first stage for four groups (lanes) of P = 4 or 8: input r of the
