@@ -1,5 +1,5 @@
 // Prints what the library found on this machine. Built against the
-// installed package: find_package(qor) and link qor::core.
+// installed package: find_package(qor) and link qor::core, or pkg-config qor.
 #include <cstdio>
 
 #include "qor/qor.h"
