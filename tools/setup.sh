@@ -3,9 +3,9 @@
 # already present. With --bench it also installs the peer libraries the
 # benchmarks compare against.
 set -euo pipefail
-pkgs=(cmake ninja-build g++ libgtest-dev python3 binutils libblas-dev)
+pkgs=(cmake ninja-build g++ gfortran libgtest-dev python3 python3-numpy binutils libblas-dev pkg-config ccache)
 if [[ "${1:-}" == "--bench" ]]; then
-  pkgs+=(libopenblas-dev libblis-dev libfftw3-dev)
+  pkgs+=(libopenblas-dev libblis-dev libfftw3-dev python3-matplotlib)
 fi
 missing=()
 for p in "${pkgs[@]}"; do
