@@ -19,6 +19,21 @@ extern "C" {
 void xerbla_(const char* routine, const int* arg, size_t len);
 void xerbla_64_(const char* routine, const int64_t* arg, size_t len);
 
+/* XERBLA_ARRAY: reports argument `info` of the routine whose name is the
+ * `srname_len` characters at `srname_array` (not terminated). As the
+ * reference, xerbla_ receives the first 32 of them padded with blanks to
+ * 32, length 32. The hidden length (1, one array element) may be left out
+ * by C callers. */
+void xerbla_array_(const char* srname_array, const int* srname_len, const int* info, size_t);
+void xerbla_array_64_(const char* srname_array, const int64_t* srname_len, const int64_t* info, size_t);
+
+/* LSAME: 1 when the letters *ca and *cb are the same regardless of case,
+ * else 0 (a Fortran LOGICAL; lsame_64_ returns it in 64 bits for builds
+ * with 64-bit default integers). The hidden lengths may be left out by C
+ * callers. */
+int lsame_(const char* ca, const char* cb, size_t, size_t);
+int64_t lsame_64_(const char* ca, const char* cb, size_t, size_t);
+
 #ifdef __cplusplus
 }
 #endif

@@ -16,8 +16,10 @@ void xerbla_64_(const char* routine, const std::int64_t* arg, std::size_t len);
 namespace qor::core::blas {
 
 // Reports argument `arg` (1-based) of a Fortran-interface routine through
-// the xerbla_ of the integer width in use. `routine` is upper case, e.g.
-// "DGEMV".
+// the xerbla_ of the integer width in use. `routine` is the upper-case name
+// without padding, e.g. "DGEMV"; xerbla_ receives it as the reference
+// passes it, padded with blanks to six characters ("DGEMV ", length 6),
+// longer names unchanged.
 template <class Int>
 void fortran_arg_error(const char* routine, Int arg);
 
