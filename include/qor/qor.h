@@ -33,10 +33,16 @@ typedef struct qor_cpu_facts {
   int sse3, ssse3, sse41, sse42, popcnt, avx, avx2, fma, fma4, avx512f;
   int barcelona, bulldozer, zen; /* AMD processor classes */
   int clx, icx;                  /* Intel Cascade Lake and Ice Lake server */
+  /* Cache sizes from the processor's deterministic cache leaves; 0 where the
+   * processor reports none (common under virtual machines). */
   int64_t l1d_bytes, l2_bytes, l3_bytes;
 } qor_cpu_facts;
 
 QOR_API void qor_get_cpu_facts(qor_cpu_facts* out);
+/* The cache size of a level (1 data, 2, 3; 0 the last level) that the
+ * kernels size their blocks for: the reported size, or a default where the
+ * processor reports none. */
+QOR_API int64_t qor_cache_bytes(int level);
 
 /* ---- Processor path ------------------------------------------------------
  * The kernel member holds one baseline body and tuned bodies for three
@@ -105,16 +111,25 @@ QOR_API void qor_fault_reset(void);
 QOR_API void qor_alloc_stats(int pool, qor_alloc_counts* out);
 
 /* ---- Diagnostics ----------------------------------------------------------
- * Warnings (a routine met a null allocation) and argument errors (xerbla)
- * go to standard error. A handler set here receives them instead, one
- * message at a time even when the threads of a team report together. */
+ * Warnings (a routine met a null allocation), argument errors (xerbla) and
+ * verbose lines go to standard error. A handler set here receives them
+ * instead, one message at a time even when the threads of a team report
+ * together. */
 typedef void (*qor_message_handler)(int kind, const char* routine, const char* text, void* user);
-enum { QOR_MSG_WARNING = 1, QOR_MSG_ARGUMENT_ERROR = 2 };
+enum { QOR_MSG_WARNING = 1, QOR_MSG_ARGUMENT_ERROR = 2, QOR_MSG_VERBOSE = 3 };
 QOR_API void qor_set_message_handler(qor_message_handler handler, void* user);
-/* Counts of warnings and argument errors reported so far. */
+/* Counts of the messages of one kind reported so far. */
 QOR_API int64_t qor_message_count(int kind);
 
-/* Verbose mode (0 off, 1 on); QOR_VERBOSE sets it at start-up. */
+/* Verbose mode (0 off, 1 on; off unless QOR_VERBOSE=1 at start-up). When
+ * on, every public BLAS, transposition and transform call reports one line
+ * (kind QOR_MSG_VERBOSE, `routine` the name called) when it returns:
+ *   QOR_VERBOSE dgemm_(N,T,m=1000,n=1000,k=1000,lda=1000,ldb=1000,ldc=1000)
+ *     path=zen threads=2 time=12.3456ms status=ok
+ * (one line): option letters, then sizes, leading dimensions and increments
+ * as key=value in argument order; the processor path in force; the largest
+ * OpenMP team the call may use; the wall time; status=ok, or
+ * status=bad-argument when the call failed its argument checks. */
 QOR_API void qor_set_verbose(int mode);
 QOR_API int qor_get_verbose(void);
 

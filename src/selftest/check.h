@@ -22,6 +22,11 @@ struct Registrar {
 // Seconds since an arbitrary start, for speed figures.
 double now();
 
+// True under --long: checks may then take larger sizes (longer errors
+// checks, out-of-cache transforms), at the cost of minutes instead of
+// seconds.
+bool long_run();
+
 }  // namespace qor::selftest
 
 #define QOR_SELFTEST(subsystem, name)                                                  \

@@ -88,8 +88,18 @@ QOR_SELFTEST("dft", zdft_bluestein_10007) {
   return r;
 }
 
-QOR_SELFTEST("dft", zfft_order_20) {
-  Result r = run_length(1 << 20, 10);
-  r.detail = "n=2^20 power of two";
+QOR_SELFTEST("dft", zfft_large) {
+  // Out of cache: 16 MiB of data, or 64 MiB under --long.
+  const int order = qor::selftest::long_run() ? 22 : 20;
+  Result r = run_length(1 << order, 10);
+  r.detail = "n=2^" + std::to_string(order) + " power of two";
+  return r;
+}
+
+QOR_SELFTEST("dft", zdft_bluestein_large) {
+  // A large prime, which only the convolution road can do.
+  const int n = qor::selftest::long_run() ? 1000003 : 65537;
+  Result r = run_length(n, qor::selftest::long_run() ? 3 : 10);
+  r.detail = "n=" + std::to_string(n) + " prime, Bluestein convolution";
   return r;
 }

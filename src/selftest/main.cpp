@@ -1,7 +1,10 @@
 // qor-selftest: loads the libraries, prints what it found, and runs every
 // registered check of every subsystem, one line each.
+#include <unistd.h>
+
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -23,7 +26,31 @@ std::vector<Entry>& registry() {
   return r;
 }
 
+bool g_long = false;
+
+void usage(const char* self) {
+  std::printf("usage: %s [--long] [subsystem]\n"
+              "  runs every self-check (or those of one subsystem) and prints one line each:\n"
+              "  result, largest error against the reference, speed, time, what was checked.\n"
+              "  --long  larger sizes (minutes instead of seconds)\n"
+              "subsystems:",
+              self);
+  const char* last = "";
+  for (const auto& e : registry())
+    if (std::strcmp(e.subsystem, last) != 0) std::printf(" %s", last = e.subsystem);
+  std::printf("\n");
+}
+
+// Progress goes to standard error while a person watches it, as one line
+// rewritten in place; in CI or into a file the output stays as it is.
+bool show_progress() {
+  const char* ci = std::getenv("CI");
+  return isatty(STDERR_FILENO) && isatty(STDOUT_FILENO) && (ci == nullptr || *ci == '\0');
+}
+
 }  // namespace
+
+bool long_run() { return g_long; }
 
 Registrar::Registrar(const char* subsystem, const char* name, CheckFn fn) { registry().push_back({subsystem, name, fn}); }
 
@@ -35,7 +62,28 @@ double now() {
 
 int main(int argc, char** argv) {
   using namespace qor::selftest;
-  const char* only = argc > 1 ? argv[1] : nullptr;  // optional subsystem filter
+  const char* only = nullptr;  // optional subsystem filter
+  for (int i = 1; i < argc; ++i) {
+    if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0) {
+      usage(argv[0]);
+      return 0;
+    }
+    if (std::strcmp(argv[i], "--long") == 0) {
+      g_long = true;
+    } else if (argv[i][0] != '-' && only == nullptr) {
+      only = argv[i];
+    } else {
+      usage(argv[0]);
+      return 2;
+    }
+  }
+  int selected = 0;
+  for (const auto& e : registry()) selected += only == nullptr || std::strcmp(only, e.subsystem) == 0;
+  if (selected == 0) {
+    std::printf("no checks for subsystem '%s'\n", only);
+    usage(argv[0]);
+    return 2;
+  }
 
   std::printf("%s\n", qor_version_string());
   if (qor_member_load() != 0) {
@@ -51,16 +99,30 @@ int main(int argc, char** argv) {
               f.fma4 ? " fma4" : "", f.avx512f ? " avx512f" : "");
   std::printf("classes        : barcelona %d bulldozer %d zen %d clx %d icx %d\n", f.barcelona, f.bulldozer, f.zen,
               f.clx, f.icx);
-  std::printf("caches         : L1d %lld KiB, L2 %lld KiB, L3 %lld KiB\n", static_cast<long long>(f.l1d_bytes >> 10),
-              static_cast<long long>(f.l2_bytes >> 10), static_cast<long long>(f.l3_bytes >> 10));
+  auto cache = [](const char* level, int64_t bytes) {
+    if (bytes > 0) std::printf(" %s %lld KiB", level, static_cast<long long>(bytes >> 10));
+    else std::printf(" %s not reported", level);
+  };
+  std::printf("caches         :");
+  cache("L1d", f.l1d_bytes);
+  cache("L2", f.l2_bytes);
+  cache("L3", f.l3_bytes);
+  if (f.l1d_bytes <= 0 || f.l2_bytes <= 0)
+    std::printf(" (kernels size their blocks for L1d %lld KiB, L2 %lld KiB)",
+                static_cast<long long>(qor_cache_bytes(1) >> 10), static_cast<long long>(qor_cache_bytes(2) >> 10));
+  std::printf("\n");
   std::printf("processor path : %s (tier %d)\n\n", qor_cpu_path_name(qor_get_cpu_path()), qor_get_cpu_tier());
 
-  int passed = 0, failed = 0;
+  int passed = 0, failed = 0, done = 0;
+  const bool progress = show_progress();
+  std::fflush(stdout);
   for (const auto& e : registry()) {
     if (only != nullptr && std::strcmp(only, e.subsystem) != 0) continue;
+    if (progress) std::fprintf(stderr, "\r[%d/%d] %s %s ...", ++done, selected, e.subsystem, e.name);
     double t0 = now();
     Result r = e.fn();
     double t = now() - t0;
+    if (progress) std::fprintf(stderr, "\r\033[K");
     (r.ok ? passed : failed)++;
     std::printf("%-4s  %-10s %-34s err %9.2e", r.ok ? "ok" : "FAIL", e.subsystem, e.name, r.error);
     if (r.speed > 0) std::printf("  %9.2f %-8s", r.speed, r.unit.c_str());

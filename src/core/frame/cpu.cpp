@@ -6,10 +6,12 @@
 #include <cpuid.h>
 
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <strings.h>
 
+#include "frame/diag.h"
 #include "frame/services.h"
 #include "qor/qor.h"
 
@@ -96,8 +98,6 @@ Facts detect() {
     f.l2_bytes = cache_bytes(4, max_leaf, 2);
     f.l3_bytes = cache_bytes(4, max_leaf, 3);
   }
-  if (f.l1d_bytes == 0) f.l1d_bytes = 32 << 10;
-  if (f.l2_bytes == 0) f.l2_bytes = 512 << 10;
 
   if (f.barcelona) r.auto_path = QOR_CPU_PATH_BARCELONA;
   else if (f.bulldozer && f.fma) r.auto_path = QOR_CPU_PATH_BULLDOZER;
@@ -121,11 +121,20 @@ bool executable(int path) {
   }
 }
 
-int path_from_env() {
+// The path QOR_CPU_PATH asks for. A name that is not a path, or a path
+// this machine cannot execute, falls back to the automatic choice, and
+// `why` says so for the warning.
+int path_from_env(const char** why) {
+  *why = nullptr;
   const char* env = std::getenv("QOR_CPU_PATH");
   if (env == nullptr || *env == '\0' || strcasecmp(env, "auto") == 0) return facts().auto_path;
-  for (int p = QOR_CPU_PATH_BASELINE; p <= QOR_CPU_PATH_ZEN; ++p)
-    if (strcasecmp(env, qor_cpu_path_name(p)) == 0 && executable(p)) return p;
+  for (int p = QOR_CPU_PATH_BASELINE; p <= QOR_CPU_PATH_ZEN; ++p) {
+    if (strcasecmp(env, qor_cpu_path_name(p)) != 0) continue;
+    if (executable(p)) return p;
+    *why = "names a path this processor cannot execute";
+    return facts().auto_path;
+  }
+  *why = "is not one of baseline, barcelona, bulldozer, zen, auto";
   return facts().auto_path;
 }
 
@@ -138,14 +147,25 @@ std::atomic<int64_t> g_hits[4];
 // makes the threads of a parallel run fight over one cache line.
 std::atomic<bool> g_counting{false};
 
+// Reads the environment on first use; of threads racing here, only the one
+// that sets the path warns about a bad QOR_CPU_PATH, so the warning comes
+// once per process.
+int first_path() {
+  const char* why = nullptr;
+  int want = path_from_env(&why);
+  int unset = -2;
+  if (g_path.compare_exchange_strong(unset, want, std::memory_order_relaxed) && why != nullptr) {
+    char text[256];
+    std::snprintf(text, sizeof text, "QOR_CPU_PATH=%.64s %s; using the automatic path (%s)",
+                  std::getenv("QOR_CPU_PATH"), why, qor_cpu_path_name(want));
+    qor::core::report(QOR_MSG_WARNING, "QOR_CPU_PATH", text);
+  }
+  return g_path.load(std::memory_order_relaxed);
+}
+
 inline int path() {
   int p = g_path.load(std::memory_order_relaxed);
-  if (p == -2) {
-    int want = path_from_env();
-    g_path.compare_exchange_strong(p, want, std::memory_order_relaxed);
-    p = g_path.load(std::memory_order_relaxed);
-  }
-  return p;
+  return p != -2 ? p : first_path();
 }
 
 inline int answer(int which) {
@@ -203,14 +223,21 @@ QOR_SERV_API int qor_serv_cpuiszen(void) { return answer(QOR_CPU_PATH_ZEN); }
 QOR_SERV_API int qor_serv_cpuisclx(void) { return facts().f.clx; }
 QOR_SERV_API int qor_serv_cpuisicx(void) { return facts().f.icx; }
 
-QOR_SERV_API int64_t qor_serv_get_cache_size(int level) {
+// Where the processor reports no caches, kernels size their blocks for a
+// 32 KiB first level and a 512 KiB second level, which every x86-64
+// processor of the last fifteen years has at least.
+QOR_API int64_t qor_cache_bytes(int level) {
   const qor_cpu_facts& f = facts().f;
+  int64_t l1 = f.l1d_bytes > 0 ? f.l1d_bytes : int64_t{32} << 10;
+  int64_t l2 = f.l2_bytes > 0 ? f.l2_bytes : int64_t{512} << 10;
   switch (level) {
-    case 1: return f.l1d_bytes;
-    case 2: return f.l2_bytes;
+    case 1: return l1;
+    case 2: return l2;
     case 3: return f.l3_bytes;
-    default: return f.l3_bytes != 0 ? f.l3_bytes : f.l2_bytes;
+    default: return f.l3_bytes != 0 ? f.l3_bytes : l2;
   }
 }
+
+QOR_SERV_API int64_t qor_serv_get_cache_size(int level) { return qor_cache_bytes(level); }
 
 }  // extern "C"

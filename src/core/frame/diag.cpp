@@ -10,6 +10,7 @@
 #include "frame/diag.h"
 #include "frame/messages.h"
 #include "frame/services.h"
+#include "frame/trace.h"
 #include "qor/qor.h"
 
 namespace {
@@ -18,13 +19,18 @@ std::mutex g_handler_mutex;
 std::recursive_mutex g_deliver_mutex;
 qor_message_handler g_handler = nullptr;
 void* g_handler_user = nullptr;
-std::atomic<std::int64_t> g_counts[3];
+std::atomic<std::int64_t> g_counts[4];
+thread_local std::int64_t t_argument_errors = 0;
 
 }  // namespace
 
+std::int64_t qor::core::thread_argument_errors() { return t_argument_errors; }
+
 // Delivers one diagnostic to the handler, or to standard error as one line.
 void qor::core::report(int kind, const char* routine, const char* text) {
+  if (kind < QOR_MSG_WARNING || kind > QOR_MSG_VERBOSE) kind = QOR_MSG_WARNING;
   g_counts[kind].fetch_add(1, std::memory_order_relaxed);
+  if (kind == QOR_MSG_ARGUMENT_ERROR) ++t_argument_errors;
   qor_message_handler h;
   void* user;
   {
@@ -53,9 +59,10 @@ int env_int(const char* name, int fallback) {
   return (v != nullptr && *v != '\0') ? std::atoi(v) : fallback;
 }
 
+// The verbose word, read once; see frame/trace.h.
 int* verbose_word() {
-  static int word = env_int("QOR_VERBOSE", 0) == 1 ? 1 : 0;
-  return &word;
+  qor::core::verbose_from_environment();
+  return &qor::core::g_verbose_word;
 }
 
 std::atomic<int>& cbwr_word() {
@@ -64,6 +71,20 @@ std::atomic<int>& cbwr_word() {
 }
 
 }  // namespace
+
+// -1 until read: QOR_VERBOSE is consulted on the first question, unless
+// qor_set_verbose() answered it before.
+int qor::core::g_verbose_word = -1;
+
+int qor::core::verbose_from_environment() {
+  std::atomic_ref<int> word(g_verbose_word);
+  int v = word.load(std::memory_order_relaxed);
+  if (v >= 0) return v;
+  const int from_env = env_int("QOR_VERBOSE", 0) == 1 ? 1 : 0;
+  // Only the unread state is replaced: a setting made meanwhile stands.
+  word.compare_exchange_strong(v, from_env, std::memory_order_relaxed);
+  return word.load(std::memory_order_relaxed);
+}
 
 extern "C" {
 
@@ -102,9 +123,12 @@ QOR_SERV_API int qor_serv_cbwr_get(int) { return cbwr_word().load(std::memory_or
 
 QOR_SERV_API int* qor_serv_verbose_mode(void) { return verbose_word(); }
 
+// The member's verbose lines take the same path as those of the public
+// calls.
 QOR_SERV_API void qor_serv_print_verbose_info(int, const char* text, double seconds) {
-  std::printf("qor_verbose: %s %.2fms\n", text != nullptr ? text : "", seconds * 1e3);
-  std::fflush(stdout);
+  char line[512];
+  std::snprintf(line, sizeof line, "QOR_VERBOSE %s time=%.4fms", text != nullptr ? text : "", seconds * 1e3);
+  report(QOR_MSG_VERBOSE, "", line);
 }
 
 QOR_SERV_API double qor_serv_dsecnd(void) {
@@ -163,11 +187,13 @@ QOR_API void qor_set_message_handler(qor_message_handler handler, void* user) {
 }
 
 QOR_API std::int64_t qor_message_count(int kind) {
-  return (kind == QOR_MSG_WARNING || kind == QOR_MSG_ARGUMENT_ERROR) ? g_counts[kind].load() : 0;
+  return (kind >= QOR_MSG_WARNING && kind <= QOR_MSG_VERBOSE) ? g_counts[kind].load() : 0;
 }
 
-QOR_API void qor_set_verbose(int mode) { *verbose_word() = mode == 1 ? 1 : 0; }
-QOR_API int qor_get_verbose(void) { return *verbose_word(); }
+QOR_API void qor_set_verbose(int mode) {
+  std::atomic_ref<int>(qor::core::g_verbose_word).store(mode == 1 ? 1 : 0, std::memory_order_relaxed);
+}
+QOR_API int qor_get_verbose(void) { return qor::core::verbose_from_environment(); }
 QOR_API void qor_set_cbwr(int mode) { cbwr_word().store(mode, std::memory_order_relaxed); }
 
 }  // extern "C"

@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "blas/common/interface.h"
+#include "frame/trace.h"
 #include "frame/threads.h"
 #include "frame/types.h"
 
@@ -179,6 +180,7 @@ int gemm_cblas_prepare(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSP
 // The Fortran name of ?gemm: the reference checks, reported as `routine`
 // (nothing is computed then), and the dispatching name on 64-bit integers.
 template <class T, class Int>
+QOR_TRACED_WORK
 void gemm_fortran(const char* routine, GemmEntry<T> dispatch, const char* transa, const char* transb, const Int* m,
                   const Int* n, const Int* k, const T* alpha, const T* a, const Int* lda, const T* b, const Int* ldb,
                   const T* beta, T* c, const Int* ldc) {
@@ -194,6 +196,7 @@ void gemm_fortran(const char* routine, GemmEntry<T> dispatch, const char* transa
 // product; row-major storage is the product of the transposes, C^T =
 // op(B)^T op(A)^T, the letters staying with their operands.
 template <class T, class Int>
+QOR_TRACED_WORK
 void gemm_cblas(const char* routine, GemmEntry<T> dispatch, CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa,
                 CBLAS_TRANSPOSE transb, Int m, Int n, Int k, const T* alpha, const T* a, Int lda, const T* b, Int ldb,
                 const T* beta, T* c, Int ldc) {

@@ -8,6 +8,7 @@
 #include "blas/gemm_scz/api.h"
 #include "blas/gemm_scz/dispatch.h"
 #include "frame/member.h"
+#include "frame/trace.h"
 #include "qor/blas_gemm_scz.h"
 #include "qor/cblas.h"
 #include "qor/cblas_gemm_scz.h"
@@ -55,6 +56,7 @@ template <class T> T* out(void* p) { return static_cast<T*>(p); }
 
 // The public names take their operands as float or as void pointers.
 template <class T, class Int>
+QOR_TRACED_WORK
 void fortran_call(const char* ta, const char* tb, const Int* m, const Int* n, const Int* k, const void* alpha,
                   const void* a, const Int* lda, const void* b, const Int* ldb, const void* beta, void* c,
                   const Int* ldc) {
@@ -62,6 +64,7 @@ void fortran_call(const char* ta, const char* tb, const Int* m, const Int* n, co
                                         in<T>(b), ldb, in<T>(beta), out<T>(c), ldc);
 }
 template <class T, class Int>
+QOR_TRACED_WORK
 void cblas_call(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE ta, CBLAS_TRANSPOSE tb, Int m, Int n, Int k, const void* alpha,
                 const void* a, Int lda, const void* b, Int ldb, const void* beta, void* c, Int ldc) {
   qor::core::blas::gemm_cblas<T, Int>(names<T>::cblas, &dispatch<T>, layout, ta, tb, m, n, k, in<T>(alpha), in<T>(a),
@@ -87,34 +90,46 @@ QOR_GEMM_SCZ_DISPATCH_DEF(z, c64)
   QOR_API void sgemm##SFX(const char* transa, const char* transb, const INT* m, const INT* n, const INT* k,   \
                           const float* alpha, const float* a, const INT* lda, const float* b, const INT* ldb,  \
                           const float* beta, float* c, const INT* ldc, std::size_t, std::size_t) {           \
-    fortran_call<float, INT>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                  \
+    QOR_TRACED((transa, transb, *m, *n, *k, *lda, *ldb, *ldc), [=] {                                         \
+      fortran_call<float, INT>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                \
+    });                                                                                                      \
   }                                                                                                          \
   QOR_API void cgemm##SFX(const char* transa, const char* transb, const INT* m, const INT* n, const INT* k,   \
                           const void* alpha, const void* a, const INT* lda, const void* b, const INT* ldb,     \
                           const void* beta, void* c, const INT* ldc, std::size_t, std::size_t) {             \
-    fortran_call<c32, INT>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                    \
+    QOR_TRACED((transa, transb, *m, *n, *k, *lda, *ldb, *ldc), [=] {                                         \
+      fortran_call<c32, INT>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                  \
+    });                                                                                                      \
   }                                                                                                          \
   QOR_API void zgemm##SFX(const char* transa, const char* transb, const INT* m, const INT* n, const INT* k,   \
                           const void* alpha, const void* a, const INT* lda, const void* b, const INT* ldb,     \
                           const void* beta, void* c, const INT* ldc, std::size_t, std::size_t) {             \
-    fortran_call<c64, INT>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                    \
+    QOR_TRACED((transa, transb, *m, *n, *k, *lda, *ldb, *ldc), [=] {                                         \
+      fortran_call<c64, INT>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                  \
+    });                                                                                                      \
   }
 
 #define QOR_GEMM_SCZ_CBLAS(SFX, INT)                                                                         \
   QOR_API void cblas_sgemm##SFX(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, INT m,  \
                                 INT n, INT k, float alpha, const float* a, INT lda, const float* b, INT ldb,  \
                                 float beta, float* c, INT ldc) {                                             \
-    cblas_call<float, INT>(layout, transa, transb, m, n, k, &alpha, a, lda, b, ldb, &beta, c, ldc);          \
+    QOR_TRACED((layout, transa, transb, m, n, k, lda, ldb, ldc), [=] {                                       \
+      cblas_call<float, INT>(layout, transa, transb, m, n, k, &alpha, a, lda, b, ldb, &beta, c, ldc);        \
+    });                                                                                                      \
   }                                                                                                          \
   QOR_API void cblas_cgemm##SFX(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, INT m,  \
                                 INT n, INT k, const void* alpha, const void* a, INT lda, const void* b,      \
                                 INT ldb, const void* beta, void* c, INT ldc) {                               \
-    cblas_call<c32, INT>(layout, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);              \
+    QOR_TRACED((layout, transa, transb, m, n, k, lda, ldb, ldc), [=] {                                       \
+      cblas_call<c32, INT>(layout, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);            \
+    });                                                                                                      \
   }                                                                                                          \
   QOR_API void cblas_zgemm##SFX(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, INT m,  \
                                 INT n, INT k, const void* alpha, const void* a, INT lda, const void* b,      \
                                 INT ldb, const void* beta, void* c, INT ldc) {                               \
-    cblas_call<c64, INT>(layout, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);              \
+    QOR_TRACED((layout, transa, transb, m, n, k, lda, ldb, ldc), [=] {                                       \
+      cblas_call<c64, INT>(layout, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);            \
+    });                                                                                                      \
   }
 
 extern "C" {

@@ -8,6 +8,7 @@
 
 #include "blas/level2/direct.h"
 #include "blas/level2/route.h"
+#include "frame/trace.h"
 #include "qor/cblas.h"
 #include "qor/qor.h"
 
@@ -64,6 +65,7 @@ int gemv_check(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE tr, Int m, Int n, Int lda, I
 }
 
 template <class T, class Int>
+QOR_TRACED_WORK
 void gemv(const char* name, CBLAS_LAYOUT layout, CBLAS_TRANSPOSE tr, Int m, Int n, const T* alpha, const T* a,
           Int lda, const T* x, Int incx, const T* beta, T* y, Int incy) {
   const bool col = layout == CblasColMajor;
@@ -81,6 +83,7 @@ void gemv(const char* name, CBLAS_LAYOUT layout, CBLAS_TRANSPOSE tr, Int m, Int 
 }
 
 template <class R, class C, class Int>
+QOR_TRACED_WORK
 void mixed(const char* name, CBLAS_LAYOUT layout, CBLAS_TRANSPOSE tr, Int m, Int n, const C* alpha, const R* a,
            Int lda, const C* x, Int incx, const C* beta, C* y, Int incy) {
   const bool col = layout == CblasColMajor;
@@ -98,6 +101,7 @@ void mixed(const char* name, CBLAS_LAYOUT layout, CBLAS_TRANSPOSE tr, Int m, Int
 }
 
 template <class T, class Int>
+QOR_TRACED_WORK
 void gbmv(const char* name, CBLAS_LAYOUT layout, CBLAS_TRANSPOSE tr, Int m, Int n, Int kl, Int ku, const T* alpha,
           const T* a, Int lda, const T* x, Int incx, const T* beta, T* y, Int incy) {
   int pos = 0;
@@ -176,6 +180,7 @@ void sym_route(SymKind kind, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, i64 n, i64 k,
 }
 
 template <class T, class Int>
+QOR_TRACED_WORK
 void symv(const char* name, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, Int n, const T* alpha, const T* a, Int lda,
           const T* x, Int incx, const T* beta, T* y, Int incy) {
   int pos = 0;
@@ -190,6 +195,7 @@ void symv(const char* name, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, Int n, const T
 }
 
 template <class T, class Int>
+QOR_TRACED_WORK
 void sbmv(const char* name, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, Int n, Int k, const T* alpha, const T* a, Int lda,
           const T* x, Int incx, const T* beta, T* y, Int incy) {
   int pos = 0;
@@ -205,6 +211,7 @@ void sbmv(const char* name, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, Int n, Int k, 
 }
 
 template <class T, class Int>
+QOR_TRACED_WORK
 void spmv(const char* name, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, Int n, const T* alpha, const T* ap, const T* x,
           Int incx, const T* beta, T* y, Int incy) {
   int pos = 0;
@@ -234,6 +241,7 @@ void tri_call(TriOp op, const char* u, const char* t, const char* d, i64 n, i64 
 }
 
 template <class T, class Int>
+QOR_TRACED_WORK
 void tri(TriOp op, const char* name, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE tr, CBLAS_DIAG diag,
          Int n, Int k, const T* a, Int lda, T* x, Int incx) {
   const bool band = op == TriOp::Tbmv || op == TriOp::Tbsv;
@@ -268,6 +276,7 @@ void tri(TriOp op, const char* name, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS
 }
 
 template <class T, class Int, bool U>
+QOR_TRACED_WORK
 void ger(const char* name, CBLAS_LAYOUT layout, Int m, Int n, const T* alpha, const T* x, Int incx, const T* y,
          Int incy, T* a, Int lda) {
   const bool col = layout == CblasColMajor;
@@ -300,6 +309,7 @@ void ger(const char* name, CBLAS_LAYOUT layout, Int m, Int n, const T* alpha, co
 
 // syr and her (full), spr and hpr (packed, lda < 0).
 template <class T, class Int>
+QOR_TRACED_WORK
 void syr(const char* name, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, Int n, qor::real_t<T> ralpha, const T* alpha,
          const T* x, Int incx, T* a, Int lda, bool packed) {
   int pos = 0;
@@ -334,6 +344,7 @@ void syr(const char* name, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, Int n, qor::rea
 }
 
 template <class T, class Int>
+QOR_TRACED_WORK
 void syr2(const char* name, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, Int n, const T* alpha, const T* x, Int incx,
           const T* y, Int incy, T* a, Int lda, bool packed) {
   int pos = 0;
@@ -366,6 +377,7 @@ void syr2(const char* name, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, Int n, const T
 }
 
 template <class T, class Int>
+QOR_TRACED_WORK
 void gem2v(const char* name, CBLAS_LAYOUT layout, Int m, Int n, const T* alpha, const T* a, Int lda, const T* x1,
            Int incx1, const T* x2, Int incx2, const T* beta, T* y1, Int incy1, T* y2, Int incy2) {
   const bool col = layout == CblasColMajor;
@@ -398,14 +410,18 @@ void gem2v(const char* name, CBLAS_LAYOUT layout, Int m, Int n, const T* alpha, 
 #define QOR_C2_COMMON(INT, SFX, t, S, V, T, SC)                                                                   \
   QOR_API void cblas_##t##gemv##SFX(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE trans, INT m, INT n, V alpha,          \
                                     const S* a, INT lda, const S* x, INT incx, V beta, S* y, INT incy) {        \
-    gemv<T, INT>("cblas_" #t "gemv", layout, trans, m, n, SC(alpha), cp<T>(a), lda, cp<T>(x), incx, SC(beta),   \
-                 mp<T>(y), incy);                                                                               \
+    QOR_TRACED((layout, trans, m, n, lda, incx, incy), [=] {                                                    \
+      gemv<T, INT>("cblas_" #t "gemv", layout, trans, m, n, SC(alpha), cp<T>(a), lda, cp<T>(x), incx, SC(beta), \
+                   mp<T>(y), incy);                                                                             \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void cblas_##t##gbmv##SFX(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE trans, INT m, INT n, INT kl, INT ku,   \
                                     V alpha, const S* a, INT lda, const S* x, INT incx, V beta, S* y,           \
                                     INT incy) {                                                                 \
-    gbmv<T, INT>("cblas_" #t "gbmv", layout, trans, m, n, kl, ku, SC(alpha), cp<T>(a), lda, cp<T>(x), incx,     \
-                 SC(beta), mp<T>(y), incy);                                                                     \
+    QOR_TRACED((layout, trans, m, n, kl, ku, lda, incx, incy), [=] {                                            \
+      gbmv<T, INT>("cblas_" #t "gbmv", layout, trans, m, n, kl, ku, SC(alpha), cp<T>(a), lda, cp<T>(x), incx,   \
+                   SC(beta), mp<T>(y), incy);                                                                   \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_C2_TRI(INT, SFX, t, S, T, trmv, Trmv)                                                                     \
   QOR_C2_TRI(INT, SFX, t, S, T, trsv, Trsv)                                                                     \
@@ -417,66 +433,90 @@ void gem2v(const char* name, CBLAS_LAYOUT layout, Int m, Int n, const T* alpha, 
 #define QOR_C2_TRI(INT, SFX, t, S, T, name, OP)                                                                   \
   QOR_API void cblas_##t##name##SFX(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, \
                                     INT n, const S* a, INT lda, S* x, INT incx) {                               \
-    tri<T, INT>(TriOp::OP, "cblas_" #t #name, layout, uplo, trans, diag, n, 0, cp<T>(a), lda, mp<T>(x), incx);  \
+    QOR_TRACED((layout, uplo, trans, diag, n, lda, incx), [=] {                                                 \
+      tri<T, INT>(TriOp::OP, "cblas_" #t #name, layout, uplo, trans, diag, n, 0, cp<T>(a), lda, mp<T>(x), incx); \
+    });                                                                                                         \
   }
 #define QOR_C2_TRB(INT, SFX, t, S, T, name, OP)                                                                   \
   QOR_API void cblas_##t##name##SFX(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, \
                                     INT n, INT k, const S* a, INT lda, S* x, INT incx) {                        \
-    tri<T, INT>(TriOp::OP, "cblas_" #t #name, layout, uplo, trans, diag, n, k, cp<T>(a), lda, mp<T>(x), incx);  \
+    QOR_TRACED((layout, uplo, trans, diag, n, k, lda, incx), [=] {                                              \
+      tri<T, INT>(TriOp::OP, "cblas_" #t #name, layout, uplo, trans, diag, n, k, cp<T>(a), lda, mp<T>(x), incx); \
+    });                                                                                                         \
   }
 #define QOR_C2_TRP(INT, SFX, t, S, T, name, OP)                                                                   \
   QOR_API void cblas_##t##name##SFX(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, \
                                     INT n, const S* ap, S* x, INT incx) {                                       \
-    tri<T, INT>(TriOp::OP, "cblas_" #t #name, layout, uplo, trans, diag, n, 0, cp<T>(ap), 1, mp<T>(x), incx);   \
+    QOR_TRACED((layout, uplo, trans, diag, n, incx), [=] {                                                      \
+      tri<T, INT>(TriOp::OP, "cblas_" #t #name, layout, uplo, trans, diag, n, 0, cp<T>(ap), 1, mp<T>(x), incx); \
+    });                                                                                                         \
   }
 
 #define QOR_C2_SYM(INT, SFX, t, S, V, T, RA, SC, ASC, sy, sb, sp, r1, p1, r2, p2)                                 \
   QOR_API void cblas_##t##sy##SFX(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, INT n, V alpha, const S* a, INT lda,    \
                                   const S* x, INT incx, V beta, S* y, INT incy) {                               \
-    symv<T, INT>("cblas_" #t #sy, layout, uplo, n, SC(alpha), cp<T>(a), lda, cp<T>(x), incx, SC(beta),         \
-                 mp<T>(y), incy);                                                                               \
+    QOR_TRACED((layout, uplo, n, lda, incx, incy), [=] {                                                        \
+      symv<T, INT>("cblas_" #t #sy, layout, uplo, n, SC(alpha), cp<T>(a), lda, cp<T>(x), incx, SC(beta),        \
+                   mp<T>(y), incy);                                                                             \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void cblas_##t##sb##SFX(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, INT n, INT k, V alpha, const S* a,      \
                                   INT lda, const S* x, INT incx, V beta, S* y, INT incy) {                      \
-    sbmv<T, INT>("cblas_" #t #sb, layout, uplo, n, k, SC(alpha), cp<T>(a), lda, cp<T>(x), incx, SC(beta),      \
-                 mp<T>(y), incy);                                                                               \
+    QOR_TRACED((layout, uplo, n, k, lda, incx, incy), [=] {                                                     \
+      sbmv<T, INT>("cblas_" #t #sb, layout, uplo, n, k, SC(alpha), cp<T>(a), lda, cp<T>(x), incx, SC(beta),     \
+                   mp<T>(y), incy);                                                                             \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void cblas_##t##sp##SFX(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, INT n, V alpha, const S* ap,            \
                                   const S* x, INT incx, V beta, S* y, INT incy) {                               \
-    spmv<T, INT>("cblas_" #t #sp, layout, uplo, n, SC(alpha), cp<T>(ap), cp<T>(x), incx, SC(beta), mp<T>(y),   \
-                 incy);                                                                                         \
+    QOR_TRACED((layout, uplo, n, incx, incy), [=] {                                                             \
+      spmv<T, INT>("cblas_" #t #sp, layout, uplo, n, SC(alpha), cp<T>(ap), cp<T>(x), incx, SC(beta), mp<T>(y),  \
+                   incy);                                                                                       \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void cblas_##t##r1##SFX(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, INT n, RA alpha, const S* x, INT incx,  \
                                   S* a, INT lda) {                                                              \
-    syr<T, INT>("cblas_" #t #r1, layout, uplo, n, alpha, ASC(alpha), cp<T>(x), incx, mp<T>(a), lda, false); \
+    QOR_TRACED((layout, uplo, n, incx, lda), [=] {                                                              \
+      syr<T, INT>("cblas_" #t #r1, layout, uplo, n, alpha, ASC(alpha), cp<T>(x), incx, mp<T>(a), lda, false);   \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void cblas_##t##p1##SFX(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, INT n, RA alpha, const S* x, INT incx,  \
                                   S* ap) {                                                                      \
-    syr<T, INT>("cblas_" #t #p1, layout, uplo, n, alpha, ASC(alpha), cp<T>(x), incx, mp<T>(ap), 1, true);   \
+    QOR_TRACED((layout, uplo, n, incx), [=] {                                                                   \
+      syr<T, INT>("cblas_" #t #p1, layout, uplo, n, alpha, ASC(alpha), cp<T>(x), incx, mp<T>(ap), 1, true);     \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void cblas_##t##r2##SFX(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, INT n, V alpha, const S* x, INT incx,   \
                                   const S* y, INT incy, S* a, INT lda) {                                        \
-    syr2<T, INT>("cblas_" #t #r2, layout, uplo, n, SC(alpha), cp<T>(x), incx, cp<T>(y), incy, mp<T>(a), lda,   \
-                 false);                                                                                        \
+    QOR_TRACED((layout, uplo, n, incx, incy, lda), [=] {                                                        \
+      syr2<T, INT>("cblas_" #t #r2, layout, uplo, n, SC(alpha), cp<T>(x), incx, cp<T>(y), incy, mp<T>(a), lda,  \
+                   false);                                                                                      \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void cblas_##t##p2##SFX(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, INT n, V alpha, const S* x, INT incx,   \
                                   const S* y, INT incy, S* ap) {                                                \
-    syr2<T, INT>("cblas_" #t #p2, layout, uplo, n, SC(alpha), cp<T>(x), incx, cp<T>(y), incy, mp<T>(ap), 1,    \
-                 true);                                                                                         \
+    QOR_TRACED((layout, uplo, n, incx, incy), [=] {                                                             \
+      syr2<T, INT>("cblas_" #t #p2, layout, uplo, n, SC(alpha), cp<T>(x), incx, cp<T>(y), incy, mp<T>(ap), 1,   \
+                   true);                                                                                       \
+    });                                                                                                         \
   }
 
 #define QOR_C2_GER(INT, SFX, name, S, V, T, SC, U)                                                                \
   QOR_API void cblas_##name##SFX(CBLAS_LAYOUT layout, INT m, INT n, V alpha, const S* x, INT incx, const S* y,  \
                                  INT incy, S* a, INT lda) {                                                     \
-    ger<T, INT, U>("cblas_" #name, layout, m, n, SC(alpha), cp<T>(x), incx, cp<T>(y), incy, mp<T>(a), lda);    \
+    QOR_TRACED((layout, m, n, incx, incy, lda), [=] {                                                           \
+      ger<T, INT, U>("cblas_" #name, layout, m, n, SC(alpha), cp<T>(x), incx, cp<T>(y), incy, mp<T>(a), lda);   \
+    });                                                                                                         \
   }
 
 #define QOR_C2_GEM2V(INT, SFX, name, S, V, T, SC)                                                                 \
   QOR_API void cblas_##name##SFX(CBLAS_LAYOUT layout, INT m, INT n, V alpha, const S* a, INT lda, const S* x1,  \
                                  INT incx1, const S* x2, INT incx2, V beta, S* y1, INT incy1, S* y2,            \
                                  INT incy2) {                                                                   \
-    gem2v<T, INT>("cblas_" #name, layout, m, n, SC(alpha), cp<T>(a), lda, cp<T>(x1), incx1, cp<T>(x2), incx2,   \
-                  SC(beta), mp<T>(y1), incy1, mp<T>(y2), incy2);                                                \
+    QOR_TRACED((layout, m, n, lda, incx1, incx2, incy1, incy2), [=] {                                           \
+      gem2v<T, INT>("cblas_" #name, layout, m, n, SC(alpha), cp<T>(a), lda, cp<T>(x1), incx1, cp<T>(x2), incx2, \
+                    SC(beta), mp<T>(y1), incy1, mp<T>(y2), incy2);                                              \
+    });                                                                                                         \
   }
 
 // Scalars: a real one passed by value is taken by address; a complex one
@@ -514,14 +554,18 @@ void gem2v(const char* name, CBLAS_LAYOUT layout, Int m, Int n, const T* alpha, 
   QOR_API void cblas_scgemv##SFX(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE trans, INT m, INT n, const void* alpha,   \
                                  const float* a, INT lda, const void* x, INT incx, const void* beta, void* y,   \
                                  INT incy) {                                                                    \
-    mixed<float, c32, INT>("cblas_scgemv", layout, trans, m, n, cp<c32>(alpha), a, lda, cp<c32>(x), incx,       \
-                           cp<c32>(beta), mp<c32>(y), incy);                                                    \
+    QOR_TRACED((layout, trans, m, n, lda, incx, incy), [=] {                                                    \
+      mixed<float, c32, INT>("cblas_scgemv", layout, trans, m, n, cp<c32>(alpha), a, lda, cp<c32>(x), incx,     \
+                             cp<c32>(beta), mp<c32>(y), incy);                                                  \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void cblas_dzgemv##SFX(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE trans, INT m, INT n, const void* alpha,   \
                                  const double* a, INT lda, const void* x, INT incx, const void* beta, void* y,  \
                                  INT incy) {                                                                    \
-    mixed<double, c64, INT>("cblas_dzgemv", layout, trans, m, n, cp<c64>(alpha), a, lda, cp<c64>(x), incx,      \
-                            cp<c64>(beta), mp<c64>(y), incy);                                                   \
+    QOR_TRACED((layout, trans, m, n, lda, incx, incy), [=] {                                                    \
+      mixed<double, c64, INT>("cblas_dzgemv", layout, trans, m, n, cp<c64>(alpha), a, lda, cp<c64>(x), incx,    \
+                              cp<c64>(beta), mp<c64>(y), incy);                                                 \
+    });                                                                                                         \
   }
 
 extern "C" {

@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "blas/level2/route.h"
+#include "frame/trace.h"
 #include "qor/blas.h"
 #include "qor/qor.h"
 
@@ -34,6 +35,7 @@ Int gemv_check(const char* tr, const Int* m, const Int* n, const Int* lda, const
 }
 
 template <class T, class Int>
+QOR_TRACED_WORK
 void gemv(const char* name, const char* tr, const Int* m, const Int* n, const void* alpha, const void* a,
           const Int* lda, const void* x, const Int* incx, const void* beta, void* y, const Int* incy) {
   if (bad(name, gemv_check(tr, m, n, lda, incx, incy))) return;
@@ -43,6 +45,7 @@ void gemv(const char* name, const char* tr, const Int* m, const Int* n, const vo
 
 // scgemv, dzgemv: real matrix R, complex vectors C.
 template <class R, class C, class Int>
+QOR_TRACED_WORK
 void mixed(const char* name, const char* tr, const Int* m, const Int* n, const void* alpha, const R* a,
            const Int* lda, const void* x, const Int* incx, const void* beta, void* y, const Int* incy) {
   if (bad(name, gemv_check(tr, m, n, lda, incx, incy))) return;
@@ -55,6 +58,7 @@ void mixed(const char* name, const char* tr, const Int* m, const Int* n, const v
 }
 
 template <class T, class Int>
+QOR_TRACED_WORK
 void gbmv(const char* name, const char* tr, const Int* m, const Int* n, const Int* kl, const Int* ku,
           const void* alpha, const void* a, const Int* lda, const void* x, const Int* incx, const void* beta, void* y,
           const Int* incy) {
@@ -97,6 +101,7 @@ Int tri_check(TriKind kind, const char* uplo, const char* tr, const char* diag, 
 }
 
 template <class T, class Int, bool Solve>
+QOR_TRACED_WORK
 void trxv(const char* name, const char* uplo, const char* tr, const char* diag, const Int* n, const void* a,
           const Int* lda, void* x, const Int* incx) {
   if (bad(name, tri_check<T>(TriKind::Full, uplo, tr, diag, n, n, lda, incx))) return;
@@ -105,6 +110,7 @@ void trxv(const char* name, const char* uplo, const char* tr, const char* diag, 
 }
 
 template <class T, class Int, bool Solve>
+QOR_TRACED_WORK
 void tbxv(const char* name, const char* uplo, const char* tr, const char* diag, const Int* n, const Int* k,
           const void* a, const Int* lda, void* x, const Int* incx) {
   if (bad(name, tri_check<T>(TriKind::Band, uplo, tr, diag, n, k, lda, incx))) return;
@@ -113,6 +119,7 @@ void tbxv(const char* name, const char* uplo, const char* tr, const char* diag, 
 }
 
 template <class T, class Int, bool Solve>
+QOR_TRACED_WORK
 void tpxv(const char* name, const char* uplo, const char* tr, const char* diag, const Int* n, const void* ap,
           void* x, const Int* incx) {
   if (bad(name, tri_check<T>(TriKind::Packed, uplo, tr, diag, n, n, n, incx))) return;
@@ -121,6 +128,7 @@ void tpxv(const char* name, const char* uplo, const char* tr, const char* diag, 
 }
 
 template <class T, class Int>
+QOR_TRACED_WORK
 void symv(const char* name, const char* uplo, const Int* n, const void* alpha, const void* a, const Int* lda,
           const void* x, const Int* incx, const void* beta, void* y, const Int* incy) {
   Int info = 0;
@@ -135,6 +143,7 @@ void symv(const char* name, const char* uplo, const Int* n, const void* alpha, c
 }
 
 template <class T, class Int>
+QOR_TRACED_WORK
 void sbmv(const char* name, const char* uplo, const Int* n, const Int* k, const void* alpha, const void* a,
           const Int* lda, const void* x, const Int* incx, const void* beta, void* y, const Int* incy) {
   Int info = 0;
@@ -150,6 +159,7 @@ void sbmv(const char* name, const char* uplo, const Int* n, const Int* k, const 
 }
 
 template <class T, class Int>
+QOR_TRACED_WORK
 void spmv(const char* name, const char* uplo, const Int* n, const void* alpha, const void* ap, const void* x,
           const Int* incx, const void* beta, void* y, const Int* incy) {
   Int info = 0;
@@ -163,6 +173,7 @@ void spmv(const char* name, const char* uplo, const Int* n, const void* alpha, c
 }
 
 template <class T, class Int, bool U>
+QOR_TRACED_WORK
 void ger(const char* name, const Int* m, const Int* n, const void* alpha, const void* x, const Int* incx,
          const void* y, const Int* incy, void* a, const Int* lda) {
   Int info = 0;
@@ -178,6 +189,7 @@ void ger(const char* name, const Int* m, const Int* n, const void* alpha, const 
 
 // syr, her (lda given) and spr, hpr (packed: lda null).
 template <class T, class Int>
+QOR_TRACED_WORK
 void syr(const char* name, const char* uplo, const Int* n, const void* alpha, const void* x, const Int* incx,
          void* a, const Int* lda) {
   Int info = 0;
@@ -205,6 +217,7 @@ void syr(const char* name, const char* uplo, const Int* n, const void* alpha, co
 }
 
 template <class T, class Int>
+QOR_TRACED_WORK
 void syr2(const char* name, const char* uplo, const Int* n, const void* alpha, const void* x, const Int* incx,
           const void* y, const Int* incy, void* a, const Int* lda) {
   Int info = 0;
@@ -224,6 +237,7 @@ void syr2(const char* name, const char* uplo, const Int* n, const void* alpha, c
 }
 
 template <class T, class Int>
+QOR_TRACED_WORK
 void gem2v(const char* name, const Int* m, const Int* n, const void* alpha, const void* a, const Int* lda,
            const void* x1, const Int* incx1, const void* x2, const Int* incx2, const void* beta, void* y1,
            const Int* incy1, void* y2, const Int* incy2) {
@@ -249,80 +263,114 @@ void gem2v(const char* name, const Int* m, const Int* n, const void* alpha, cons
   QOR_API void t##gemv##SFX(const char* trans, const INT* m, const INT* n, const S* alpha, const S* a,          \
                             const INT* lda, const S* x, const INT* incx, const S* beta, S* y, const INT* incy,  \
                             size_t) {                                                                           \
-    gemv<T, INT>(N "GEMV", trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                                 \
+    QOR_TRACED((trans, *m, *n, *lda, *incx, *incy), [=] {                                                       \
+      gemv<T, INT>(N "GEMV", trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                               \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void t##gbmv##SFX(const char* trans, const INT* m, const INT* n, const INT* kl, const INT* ku,        \
                             const S* alpha, const S* a, const INT* lda, const S* x, const INT* incx,            \
                             const S* beta, S* y, const INT* incy, size_t) {                                     \
-    gbmv<T, INT>(N "GBMV", trans, m, n, kl, ku, alpha, a, lda, x, incx, beta, y, incy);                         \
+    QOR_TRACED((trans, *m, *n, *kl, *ku, *lda, *incx, *incy), [=] {                                             \
+      gbmv<T, INT>(N "GBMV", trans, m, n, kl, ku, alpha, a, lda, x, incx, beta, y, incy);                       \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void t##trmv##SFX(const char* uplo, const char* trans, const char* diag, const INT* n, const S* a,    \
                             const INT* lda, S* x, const INT* incx, size_t, size_t, size_t) {                    \
-    trxv<T, INT, false>(N "TRMV", uplo, trans, diag, n, a, lda, x, incx);                                       \
+    QOR_TRACED((uplo, trans, diag, *n, *lda, *incx), [=] {                                                      \
+      trxv<T, INT, false>(N "TRMV", uplo, trans, diag, n, a, lda, x, incx);                                     \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void t##trsv##SFX(const char* uplo, const char* trans, const char* diag, const INT* n, const S* a,    \
                             const INT* lda, S* x, const INT* incx, size_t, size_t, size_t) {                    \
-    trxv<T, INT, true>(N "TRSV", uplo, trans, diag, n, a, lda, x, incx);                                        \
+    QOR_TRACED((uplo, trans, diag, *n, *lda, *incx), [=] {                                                      \
+      trxv<T, INT, true>(N "TRSV", uplo, trans, diag, n, a, lda, x, incx);                                      \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void t##tbmv##SFX(const char* uplo, const char* trans, const char* diag, const INT* n, const INT* k,  \
                             const S* a, const INT* lda, S* x, const INT* incx, size_t, size_t, size_t) {        \
-    tbxv<T, INT, false>(N "TBMV", uplo, trans, diag, n, k, a, lda, x, incx);                                    \
+    QOR_TRACED((uplo, trans, diag, *n, *k, *lda, *incx), [=] {                                                  \
+      tbxv<T, INT, false>(N "TBMV", uplo, trans, diag, n, k, a, lda, x, incx);                                  \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void t##tbsv##SFX(const char* uplo, const char* trans, const char* diag, const INT* n, const INT* k,  \
                             const S* a, const INT* lda, S* x, const INT* incx, size_t, size_t, size_t) {        \
-    tbxv<T, INT, true>(N "TBSV", uplo, trans, diag, n, k, a, lda, x, incx);                                     \
+    QOR_TRACED((uplo, trans, diag, *n, *k, *lda, *incx), [=] {                                                  \
+      tbxv<T, INT, true>(N "TBSV", uplo, trans, diag, n, k, a, lda, x, incx);                                   \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void t##tpmv##SFX(const char* uplo, const char* trans, const char* diag, const INT* n, const S* ap,   \
                             S* x, const INT* incx, size_t, size_t, size_t) {                                    \
-    tpxv<T, INT, false>(N "TPMV", uplo, trans, diag, n, ap, x, incx);                                           \
+    QOR_TRACED((uplo, trans, diag, *n, *incx), [=] {                                                            \
+      tpxv<T, INT, false>(N "TPMV", uplo, trans, diag, n, ap, x, incx);                                         \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void t##tpsv##SFX(const char* uplo, const char* trans, const char* diag, const INT* n, const S* ap,   \
                             S* x, const INT* incx, size_t, size_t, size_t) {                                    \
-    tpxv<T, INT, true>(N "TPSV", uplo, trans, diag, n, ap, x, incx);                                            \
+    QOR_TRACED((uplo, trans, diag, *n, *incx), [=] {                                                            \
+      tpxv<T, INT, true>(N "TPSV", uplo, trans, diag, n, ap, x, incx);                                          \
+    });                                                                                                         \
   }
 
 #define QOR_F2_SYM(INT, SFX, t, S, T, RA, N, sy, sb, sp, r1, p1, r2, p2, SY, SB, SP, R1, P1, R2, P2)              \
   QOR_API void t##sy##SFX(const char* uplo, const INT* n, const S* alpha, const S* a, const INT* lda,           \
                           const S* x, const INT* incx, const S* beta, S* y, const INT* incy, size_t) {          \
-    symv<T, INT>(N SY, uplo, n, alpha, a, lda, x, incx, beta, y, incy);                                         \
+    QOR_TRACED((uplo, *n, *lda, *incx, *incy), [=] {                                                            \
+      symv<T, INT>(N SY, uplo, n, alpha, a, lda, x, incx, beta, y, incy);                                       \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void t##sb##SFX(const char* uplo, const INT* n, const INT* k, const S* alpha, const S* a,             \
                           const INT* lda, const S* x, const INT* incx, const S* beta, S* y, const INT* incy,    \
                           size_t) {                                                                             \
-    sbmv<T, INT>(N SB, uplo, n, k, alpha, a, lda, x, incx, beta, y, incy);                                      \
+    QOR_TRACED((uplo, *n, *k, *lda, *incx, *incy), [=] {                                                        \
+      sbmv<T, INT>(N SB, uplo, n, k, alpha, a, lda, x, incx, beta, y, incy);                                    \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void t##sp##SFX(const char* uplo, const INT* n, const S* alpha, const S* ap, const S* x,              \
                           const INT* incx, const S* beta, S* y, const INT* incy, size_t) {                      \
-    spmv<T, INT>(N SP, uplo, n, alpha, ap, x, incx, beta, y, incy);                                             \
+    QOR_TRACED((uplo, *n, *incx, *incy), [=] {                                                                  \
+      spmv<T, INT>(N SP, uplo, n, alpha, ap, x, incx, beta, y, incy);                                           \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void t##r1##SFX(const char* uplo, const INT* n, const RA* alpha, const S* x, const INT* incx, S* a,   \
                           const INT* lda, size_t) {                                                             \
-    syr<T, INT>(N R1, uplo, n, alpha, x, incx, a, lda);                                                         \
+    QOR_TRACED((uplo, *n, *incx, *lda), [=] {                                                                   \
+      syr<T, INT>(N R1, uplo, n, alpha, x, incx, a, lda);                                                       \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void t##p1##SFX(const char* uplo, const INT* n, const RA* alpha, const S* x, const INT* incx, S* ap,  \
                           size_t) {                                                                             \
-    syr<T, INT>(N P1, uplo, n, alpha, x, incx, ap, nullptr);                                                    \
+    QOR_TRACED((uplo, *n, *incx), [=] {                                                                         \
+      syr<T, INT>(N P1, uplo, n, alpha, x, incx, ap, nullptr);                                                  \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void t##r2##SFX(const char* uplo, const INT* n, const S* alpha, const S* x, const INT* incx,          \
                           const S* y, const INT* incy, S* a, const INT* lda, size_t) {                          \
-    syr2<T, INT>(N R2, uplo, n, alpha, x, incx, y, incy, a, lda);                                               \
+    QOR_TRACED((uplo, *n, *incx, *incy, *lda), [=] {                                                            \
+      syr2<T, INT>(N R2, uplo, n, alpha, x, incx, y, incy, a, lda);                                             \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void t##p2##SFX(const char* uplo, const INT* n, const S* alpha, const S* x, const INT* incx,          \
                           const S* y, const INT* incy, S* ap, size_t) {                                         \
-    syr2<T, INT>(N P2, uplo, n, alpha, x, incx, y, incy, ap, nullptr);                                          \
+    QOR_TRACED((uplo, *n, *incx, *incy), [=] {                                                                  \
+      syr2<T, INT>(N P2, uplo, n, alpha, x, incx, y, incy, ap, nullptr);                                        \
+    });                                                                                                         \
   }
 
 #define QOR_F2_GER(INT, SFX, name, S, T, U, NAME)                                                                 \
   QOR_API void name##SFX(const INT* m, const INT* n, const S* alpha, const S* x, const INT* incx, const S* y,    \
                          const INT* incy, S* a, const INT* lda) {                                               \
-    ger<T, INT, U>(NAME, m, n, alpha, x, incx, y, incy, a, lda);                                                \
+    QOR_TRACED((*m, *n, *incx, *incy, *lda), [=] {                                                              \
+      ger<T, INT, U>(NAME, m, n, alpha, x, incx, y, incy, a, lda);                                              \
+    });                                                                                                         \
   }
 
 #define QOR_F2_GEM2V(INT, SFX, name, S, T, NAME)                                                                  \
   QOR_API void name##SFX(const INT* m, const INT* n, const S* alpha, const S* a, const INT* lda, const S* x1,   \
                          const INT* incx1, const S* x2, const INT* incx2, const S* beta, S* y1,                 \
                          const INT* incy1, S* y2, const INT* incy2) {                                           \
-    gem2v<T, INT>(NAME, m, n, alpha, a, lda, x1, incx1, x2, incx2, beta, y1, incy1, y2, incy2);                 \
+    QOR_TRACED((*m, *n, *lda, *incx1, *incx2, *incy1, *incy2), [=] {                                            \
+      gem2v<T, INT>(NAME, m, n, alpha, a, lda, x1, incx1, x2, incx2, beta, y1, incy1, y2, incy2);               \
+    });                                                                                                         \
   }
 
 #define QOR_F2_ALL(INT, SFX)                                                                                      \
@@ -351,12 +399,16 @@ void gem2v(const char* name, const Int* m, const Int* n, const void* alpha, cons
   QOR_API void scgemv##SFX(const char* trans, const INT* m, const INT* n, const void* alpha, const float* a,    \
                            const INT* lda, const void* x, const INT* incx, const void* beta, void* y,           \
                            const INT* incy, size_t) {                                                           \
-    mixed<float, c32, INT>("SCGEMV", trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                       \
+    QOR_TRACED((trans, *m, *n, *lda, *incx, *incy), [=] {                                                       \
+      mixed<float, c32, INT>("SCGEMV", trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                     \
+    });                                                                                                         \
   }                                                                                                             \
   QOR_API void dzgemv##SFX(const char* trans, const INT* m, const INT* n, const void* alpha, const double* a,   \
                            const INT* lda, const void* x, const INT* incx, const void* beta, void* y,           \
                            const INT* incy, size_t) {                                                           \
-    mixed<double, c64, INT>("DZGEMV", trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                      \
+    QOR_TRACED((trans, *m, *n, *lda, *incx, *incy), [=] {                                                       \
+      mixed<double, c64, INT>("DZGEMV", trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                    \
+    });                                                                                                         \
   }
 
 extern "C" {

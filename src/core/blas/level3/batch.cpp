@@ -22,6 +22,7 @@
 #include "blas/level3/checks.h"
 #include "blas/level3/team.h"
 #include "frame/member.h"
+#include "frame/trace.h"
 #include "qor/blas_level3_ext.h"
 #include "qor/cblas_level3_ext.h"
 #include "qor/qor.h"
@@ -122,6 +123,7 @@ void batch(bool row, LetterA&& ta, LetterB&& tb, const Int* m, const Int* n, con
 }
 
 template <class Int, class T>
+QOR_TRACED_WORK
 void fortran_batch(const char* name, const char* transa, const char* transb, const Int* m, const Int* n,
                    const Int* k, const void* alpha, const void* const* a, const Int* lda, const void* const* b,
                    const Int* ldb, const void* beta, void* const* c, const Int* ldc, const Int* group_count,
@@ -147,6 +149,7 @@ void fortran_batch(const char* name, const char* transa, const char* transb, con
 }
 
 template <class Int, class T>
+QOR_TRACED_WORK
 void cblas_batch(const char* name, CBLAS_LAYOUT layout, const CBLAS_TRANSPOSE* transa, const CBLAS_TRANSPOSE* transb,
                  const Int* m, const Int* n, const Int* k, const void* alpha, const void* const* a, const Int* lda,
                  const void* const* b, const Int* ldb, const void* beta, void* const* c, const Int* ldc, Int groups,
@@ -196,6 +199,7 @@ void strided(bool row, char ta, char tb, i64 m, i64 n, i64 k, const T* alpha, co
 }
 
 template <class Int, class T>
+QOR_TRACED_WORK
 void fortran_strided(const char* name, const char* transa, const char* transb, const Int* m, const Int* n,
                      const Int* k, const void* alpha, const void* a, const Int* lda, const Int* stridea, const void* b,
                      const Int* ldb, const Int* strideb, const void* beta, void* c, const Int* ldc,
@@ -220,6 +224,7 @@ void fortran_strided(const char* name, const char* transa, const char* transb, c
 }
 
 template <class Int, class T>
+QOR_TRACED_WORK
 void cblas_strided(const char* name, CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, Int m,
                    Int n, Int k, const void* alpha, const void* a, Int lda, Int stridea, const void* b, Int ldb,
                    Int strideb, const void* beta, void* c, Int ldc, Int stridec, Int batch_size) {
@@ -259,34 +264,48 @@ void cblas_strided(const char* name, CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa
                                    const INT* k, const S* alpha, const S** a, const INT* lda, const S** b,      \
                                    const INT* ldb, const S* beta, S** c, const INT* ldc, const INT* group_count, \
                                    const INT* group_size, size_t, size_t) {                                    \
-    fortran_batch<INT, T>(#UP "GEMM_BATCH", transa, transb, m, n, k, alpha, reinterpret_cast<const void* const*>(a), \
-                          lda, reinterpret_cast<const void* const*>(b), ldb, beta,                             \
-                          reinterpret_cast<void* const*>(c), ldc, group_count, group_size);                    \
+    using qor::core::trace::first;                                                                             \
+    QOR_TRACED_NAMED((first(transa), first(transb), first(m), first(n), first(k), first(lda), first(ldb),      \
+                      first(ldc), *group_count), "transa,transb,m,n,k,lda,ldb,ldc,group_count", [=] {          \
+      fortran_batch<INT, T>(#UP "GEMM_BATCH", transa, transb, m, n, k, alpha, reinterpret_cast<const void* const*>(a), \
+                            lda, reinterpret_cast<const void* const*>(b), ldb, beta,                           \
+                            reinterpret_cast<void* const*>(c), ldc, group_count, group_size);                  \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void t##gemm_batch_strided##FSFX(const char* transa, const char* transb, const INT* m, const INT* n,  \
                                            const INT* k, const S* alpha, const S* a, const INT* lda,            \
                                            const INT* stridea, const S* b, const INT* ldb, const INT* strideb,  \
                                            const S* beta, S* c, const INT* ldc, const INT* stridec,             \
                                            const INT* batch_size, size_t, size_t) {                            \
-    fortran_strided<INT, T>(#UP "GEMM_BATCH_STRIDED", transa, transb, m, n, k, alpha, a, lda, stridea, b, ldb,  \
-                            strideb, beta, c, ldc, stridec, batch_size);                                       \
+    QOR_TRACED((transa, transb, *m, *n, *k, *lda, *stridea, *ldb, *strideb, *ldc, *stridec,                    \
+                *batch_size), [=] {                                                                            \
+      fortran_strided<INT, T>(#UP "GEMM_BATCH_STRIDED", transa, transb, m, n, k, alpha, a, lda, stridea, b, ldb, \
+                              strideb, beta, c, ldc, stridec, batch_size);                                     \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void cblas_##t##gemm_batch##CSFX(CBLAS_LAYOUT layout, const CBLAS_TRANSPOSE* transa,                  \
                                            const CBLAS_TRANSPOSE* transb, const INT* m, const INT* n,          \
                                            const INT* k, const S* alpha, const S** a, const INT* lda,           \
                                            const S** b, const INT* ldb, const S* beta, S** c, const INT* ldc,   \
                                            INT group_count, const INT* group_size) {                           \
-    cblas_batch<INT, T>("cblas_" #t "gemm_batch", layout, transa, transb, m, n, k, alpha,                      \
-                        reinterpret_cast<const void* const*>(a), lda, reinterpret_cast<const void* const*>(b),  \
-                        ldb, beta, reinterpret_cast<void* const*>(c), ldc, group_count, group_size);            \
+    using qor::core::trace::first;                                                                             \
+    QOR_TRACED_NAMED((layout, first(transa), first(transb), first(m), first(n), first(k), first(lda),          \
+                      first(ldb), first(ldc), group_count),                                                    \
+                      "layout,transa,transb,m,n,k,lda,ldb,ldc,group_count", [=] {                              \
+      cblas_batch<INT, T>("cblas_" #t "gemm_batch", layout, transa, transb, m, n, k, alpha,                    \
+                          reinterpret_cast<const void* const*>(a), lda, reinterpret_cast<const void* const*>(b), \
+                          ldb, beta, reinterpret_cast<void* const*>(c), ldc, group_count, group_size);         \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void cblas_##t##gemm_batch_strided##CSFX(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa,                 \
                                                    CBLAS_TRANSPOSE transb, INT m, INT n, INT k, A alpha,        \
                                                    const S* a, INT lda, INT stridea, const S* b, INT ldb,       \
                                                    INT strideb, A beta, S* c, INT ldc, INT stridec,             \
                                                    INT batch_size) {                                           \
-    cblas_strided<INT, T>("cblas_" #t "gemm_batch_strided", layout, transa, transb, m, n, k, P(alpha), a, lda, \
-                          stridea, b, ldb, strideb, P(beta), c, ldc, stridec, batch_size);                     \
+    QOR_TRACED((layout, transa, transb, m, n, k, lda, stridea, ldb, strideb, ldc, stridec, batch_size), [=] {  \
+      cblas_strided<INT, T>("cblas_" #t "gemm_batch_strided", layout, transa, transb, m, n, k, P(alpha), a, lda, \
+                            stridea, b, ldb, strideb, P(beta), c, ldc, stridec, batch_size);                   \
+    });                                                                                                        \
   }
 
 #define QOR_L3B_ALL(INT, FSFX, CSFX)                                                \

@@ -11,6 +11,7 @@
 #include "blas/gemm/gemm.h"
 #include "blas/level3/checks.h"
 #include "blas/level3/dispatch.h"
+#include "frame/trace.h"
 #include "qor/cblas_level3_ext.h"
 #include "qor/qor.h"
 
@@ -48,6 +49,7 @@ void report(int pos, const char* name, const char* what = nullptr, int value = 0
 }
 
 template <class Int, class T>
+QOR_TRACED_WORK
 void tri(TriFn<T> fn, const char* name, CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa,
          CBLAS_DIAG diag, Int m, Int n, const void* alpha, const void* a, Int lda, void* b, Int ldb) {
   if (!layout_ok(layout, name)) return;
@@ -74,6 +76,7 @@ void tri(TriFn<T> fn, const char* name, CBLAS_LAYOUT layout, CBLAS_SIDE side, CB
 }
 
 template <class Int, class T>
+QOR_TRACED_WORK
 void symm(SymmFn<T> fn, const char* name, CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, Int m, Int n,
           const void* alpha, const void* a, Int lda, const void* b, Int ldb, const void* beta, void* c, Int ldc) {
   if (!layout_ok(layout, name)) return;
@@ -98,6 +101,7 @@ void symm(SymmFn<T> fn, const char* name, CBLAS_LAYOUT layout, CBLAS_SIDE side, 
 
 // syrk and herk. `herm`: the transposition letter is C and alpha, beta real.
 template <class Int, class T, class S>
+QOR_TRACED_WORK
 void syrk(SyrkFn<T, S> fn, const char* name, bool herm, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans,
           Int n, Int k, const S* alpha, const void* a, Int lda, const S* beta, void* c, Int ldc) {
   if (!layout_ok(layout, name)) return;
@@ -121,6 +125,7 @@ void syrk(SyrkFn<T, S> fn, const char* name, bool herm, CBLAS_LAYOUT layout, CBL
 // syr2k and her2k. Row-major her2k takes the conjugate of alpha: the stored
 // triangle is then the conjugate of the result, which swaps the two terms.
 template <class Int, class T, class S>
+QOR_TRACED_WORK
 void syr2k(Syr2kFn<T, S> fn, const char* name, bool herm, CBLAS_LAYOUT layout, CBLAS_UPLO uplo,
            CBLAS_TRANSPOSE trans, Int n, Int k, const void* alpha, const void* a, Int lda, const void* b, Int ldb,
            const S* beta, void* c, Int ldc) {
@@ -148,6 +153,7 @@ void syr2k(Syr2kFn<T, S> fn, const char* name, bool herm, CBLAS_LAYOUT layout, C
 }
 
 template <class Int, class T>
+QOR_TRACED_WORK
 void gemmt(GemmtFn<T> fn, const char* name, CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa,
            CBLAS_TRANSPOSE transb, Int n, Int k, const void* alpha, const void* a, Int lda, const void* b, Int ldb,
            const void* beta, void* c, Int ldc) {
@@ -180,6 +186,7 @@ void gemmt(GemmtFn<T> fn, const char* name, CBLAS_LAYOUT layout, CBLAS_UPLO uplo
 // the column-major product C^T = op(B)^T op(A)^T, for which the real-A
 // routines have twins with the real matrix on the right (`swapped`).
 template <class Int, class T, class TA, class TB>
+QOR_TRACED_WORK
 void gemm_like(GemmFn<T, TA, TB> fn, GemmFn<T, TB, TA> swapped, const char* name, CBLAS_LAYOUT layout,
                CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, Int m, Int n, Int k, const void* alpha,
                const void* a, Int lda, const void* b, Int ldb, const void* beta, void* c, Int ldc) {
@@ -208,69 +215,91 @@ void gemm_like(GemmFn<T, TA, TB> fn, GemmFn<T, TB, TA> swapped, const char* name
   QOR_API void cblas_##t##trsm##SFX(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo,                     \
                                     CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, INT m, INT n, A alpha,             \
                                     const S* a, INT lda, S* b, INT ldb) {                                      \
-    tri<INT, T>(&qor_blas_##t##trsm, "cblas_" #t "trsm", layout, side, uplo, transa, diag, m, n, P(alpha), a,   \
-                lda, b, ldb);                                                                                  \
+    QOR_TRACED((layout, side, uplo, transa, diag, m, n, lda, ldb), [=] {                                       \
+      tri<INT, T>(&qor_blas_##t##trsm, "cblas_" #t "trsm", layout, side, uplo, transa, diag, m, n, P(alpha), a, \
+                  lda, b, ldb);                                                                                \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void cblas_##t##trmm##SFX(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo,                     \
                                     CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, INT m, INT n, A alpha,             \
                                     const S* a, INT lda, S* b, INT ldb) {                                      \
-    tri<INT, T>(&qor_blas_##t##trmm, "cblas_" #t "trmm", layout, side, uplo, transa, diag, m, n, P(alpha), a,   \
-                lda, b, ldb);                                                                                  \
+    QOR_TRACED((layout, side, uplo, transa, diag, m, n, lda, ldb), [=] {                                       \
+      tri<INT, T>(&qor_blas_##t##trmm, "cblas_" #t "trmm", layout, side, uplo, transa, diag, m, n, P(alpha), a, \
+                  lda, b, ldb);                                                                                \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void cblas_##t##symm##SFX(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, INT m, INT n,       \
                                     A alpha, const S* a, INT lda, const S* b, INT ldb, A beta, S* c, INT ldc) { \
-    symm<INT, T>(&qor_blas_##t##symm, "cblas_" #t "symm", layout, side, uplo, m, n, P(alpha), a, lda, b, ldb,   \
-                 P(beta), c, ldc);                                                                             \
+    QOR_TRACED((layout, side, uplo, m, n, lda, ldb, ldc), [=] {                                                \
+      symm<INT, T>(&qor_blas_##t##symm, "cblas_" #t "symm", layout, side, uplo, m, n, P(alpha), a, lda, b, ldb, \
+                   P(beta), c, ldc);                                                                           \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void cblas_##t##syrk##SFX(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, INT n, INT k, \
                                     A alpha, const S* a, INT lda, A beta, S* c, INT ldc) {                     \
-    syrk<INT, T, T>(&qor_blas_##t##syrk, "cblas_" #t "syrk", false, layout, uplo, trans, n, k,                 \
-                    static_cast<const T*>(P(alpha)), a, lda, static_cast<const T*>(P(beta)), c, ldc);          \
+    QOR_TRACED((layout, uplo, trans, n, k, lda, ldc), [=] {                                                    \
+      syrk<INT, T, T>(&qor_blas_##t##syrk, "cblas_" #t "syrk", false, layout, uplo, trans, n, k,               \
+                      static_cast<const T*>(P(alpha)), a, lda, static_cast<const T*>(P(beta)), c, ldc);        \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void cblas_##t##syr2k##SFX(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, INT n,       \
                                      INT k, A alpha, const S* a, INT lda, const S* b, INT ldb, A beta, S* c,    \
                                      INT ldc) {                                                                \
-    syr2k<INT, T, T>(&qor_blas_##t##syr2k, "cblas_" #t "syr2k", false, layout, uplo, trans, n, k, P(alpha), a, \
-                     lda, b, ldb, static_cast<const T*>(P(beta)), c, ldc);                                     \
+    QOR_TRACED((layout, uplo, trans, n, k, lda, ldb, ldc), [=] {                                               \
+      syr2k<INT, T, T>(&qor_blas_##t##syr2k, "cblas_" #t "syr2k", false, layout, uplo, trans, n, k, P(alpha), a, \
+                       lda, b, ldb, static_cast<const T*>(P(beta)), c, ldc);                                   \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void cblas_##t##gemmt##SFX(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa,             \
                                      CBLAS_TRANSPOSE transb, INT n, INT k, A alpha, const S* a, INT lda,        \
                                      const S* b, INT ldb, A beta, S* c, INT ldc) {                             \
-    gemmt<INT, T>(&qor_blas_##t##gemmt, "cblas_" #t "gemmt", layout, uplo, transa, transb, n, k, P(alpha), a,  \
-                  lda, b, ldb, P(beta), c, ldc);                                                               \
+    QOR_TRACED((layout, uplo, transa, transb, n, k, lda, ldb, ldc), [=] {                                      \
+      gemmt<INT, T>(&qor_blas_##t##gemmt, "cblas_" #t "gemmt", layout, uplo, transa, transb, n, k, P(alpha), a, \
+                    lda, b, ldb, P(beta), c, ldc);                                                             \
+    });                                                                                                        \
   }
 
 #define QOR_L3C_COMPLEX(t, T, R, INT, SFX)                                                                     \
   QOR_API void cblas_##t##hemm##SFX(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, INT m, INT n,       \
                                     const void* alpha, const void* a, INT lda, const void* b, INT ldb,          \
                                     const void* beta, void* c, INT ldc) {                                      \
-    symm<INT, T>(&qor_blas_##t##hemm, "cblas_" #t "hemm", layout, side, uplo, m, n, alpha, a, lda, b, ldb,      \
-                 beta, c, ldc);                                                                                \
+    QOR_TRACED((layout, side, uplo, m, n, lda, ldb, ldc), [=] {                                                \
+      symm<INT, T>(&qor_blas_##t##hemm, "cblas_" #t "hemm", layout, side, uplo, m, n, alpha, a, lda, b, ldb,   \
+                   beta, c, ldc);                                                                              \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void cblas_##t##herk##SFX(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, INT n, INT k, \
                                     R alpha, const void* a, INT lda, R beta, void* c, INT ldc) {               \
-    syrk<INT, T, R>(&qor_blas_##t##herk, "cblas_" #t "herk", true, layout, uplo, trans, n, k, &alpha, a, lda,   \
-                    &beta, c, ldc);                                                                            \
+    QOR_TRACED((layout, uplo, trans, n, k, lda, ldc), [=] {                                                    \
+      syrk<INT, T, R>(&qor_blas_##t##herk, "cblas_" #t "herk", true, layout, uplo, trans, n, k, &alpha, a, lda, \
+                      &beta, c, ldc);                                                                          \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void cblas_##t##her2k##SFX(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, INT n,       \
                                      INT k, const void* alpha, const void* a, INT lda, const void* b, INT ldb,  \
                                      R beta, void* c, INT ldc) {                                               \
-    syr2k<INT, T, R>(&qor_blas_##t##her2k, "cblas_" #t "her2k", true, layout, uplo, trans, n, k, alpha, a,     \
-                     lda, b, ldb, &beta, c, ldc);                                                              \
+    QOR_TRACED((layout, uplo, trans, n, k, lda, ldb, ldc), [=] {                                               \
+      syr2k<INT, T, R>(&qor_blas_##t##her2k, "cblas_" #t "her2k", true, layout, uplo, trans, n, k, alpha, a,   \
+                       lda, b, ldb, &beta, c, ldc);                                                            \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void cblas_##t##gemm3m##SFX(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb,     \
                                       INT m, INT n, INT k, const void* alpha, const void* a, INT lda,           \
                                       const void* b, INT ldb, const void* beta, void* c, INT ldc) {            \
-    gemm_like<INT, T, T, T>(&qor_blas_##t##gemm3m, &qor_blas_##t##gemm3m, "cblas_" #t "gemm3m", layout, transa, \
-                            transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                             \
+    QOR_TRACED((layout, transa, transb, m, n, k, lda, ldb, ldc), [=] {                                         \
+      gemm_like<INT, T, T, T>(&qor_blas_##t##gemm3m, &qor_blas_##t##gemm3m, "cblas_" #t "gemm3m", layout, transa, \
+                              transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                           \
+    });                                                                                                        \
   }
 
 #define QOR_L3C_MIXED(name, swapped, T, R, INT, SFX)                                                           \
   QOR_API void cblas_##name##SFX(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, INT m,   \
                                  INT n, INT k, const void* alpha, const R* a, INT lda, const void* b, INT ldb,  \
                                  const void* beta, void* c, INT ldc) {                                         \
-    gemm_like<INT, T, R, T>(&qor_blas_##name, &qor_blas_##swapped, "cblas_" #name, layout, transa, transb, m,  \
-                            n, k, alpha, a, lda, b, ldb, beta, c, ldc);                                        \
+    QOR_TRACED((layout, transa, transb, m, n, k, lda, ldb, ldc), [=] {                                         \
+      gemm_like<INT, T, R, T>(&qor_blas_##name, &qor_blas_##swapped, "cblas_" #name, layout, transa, transb, m, \
+                              n, k, alpha, a, lda, b, ldb, beta, c, ldc);                                      \
+    });                                                                                                        \
   }
 
 #define QOR_L3C_ALL(INT, SFX)                                          \

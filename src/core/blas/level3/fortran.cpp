@@ -9,6 +9,7 @@
 #include "blas/gemm/gemm.h"
 #include "blas/level3/checks.h"
 #include "blas/level3/dispatch.h"
+#include "frame/trace.h"
 #include "qor/blas_level3_ext.h"
 #include "qor/qor.h"
 
@@ -29,6 +30,7 @@ using l3::SyrkFn;
 using l3::TriFn;
 
 template <class Int, class T>
+QOR_TRACED_WORK
 void tri(TriFn<T> fn, const char* name, const char* side, const char* uplo, const char* transa, const char* diag,
          const Int* m, const Int* n, const void* alpha, const void* a, const Int* lda, void* b, const Int* ldb) {
   const char s = upper(side), u = upper(uplo), t = upper(transa), d = upper(diag);
@@ -42,6 +44,7 @@ void tri(TriFn<T> fn, const char* name, const char* side, const char* uplo, cons
 }
 
 template <class Int, class T>
+QOR_TRACED_WORK
 void symm(SymmFn<T> fn, const char* name, const char* side, const char* uplo, const Int* m, const Int* n,
           const void* alpha, const void* a, const Int* lda, const void* b, const Int* ldb, const void* beta, void* c,
           const Int* ldc) {
@@ -56,6 +59,7 @@ void symm(SymmFn<T> fn, const char* name, const char* side, const char* uplo, co
 }
 
 template <class Int, class T, class S>
+QOR_TRACED_WORK
 void syrk(SyrkFn<T, S> fn, const char* name, const char* letters, const char* uplo, const char* trans, const Int* n,
           const Int* k, const void* alpha, const void* a, const Int* lda, const void* beta, void* c, const Int* ldc) {
   const char u = upper(uplo), t = upper(trans);
@@ -69,6 +73,7 @@ void syrk(SyrkFn<T, S> fn, const char* name, const char* letters, const char* up
 }
 
 template <class Int, class T, class S>
+QOR_TRACED_WORK
 void syr2k(Syr2kFn<T, S> fn, const char* name, const char* letters, const char* uplo, const char* trans,
            const Int* n, const Int* k, const void* alpha, const void* a, const Int* lda, const void* b,
            const Int* ldb, const void* beta, void* c, const Int* ldc) {
@@ -83,6 +88,7 @@ void syr2k(Syr2kFn<T, S> fn, const char* name, const char* letters, const char* 
 }
 
 template <class Int, class T>
+QOR_TRACED_WORK
 void gemmt(GemmtFn<T> fn, const char* name, const char* uplo, const char* transa, const char* transb, const Int* n,
            const Int* k, const void* alpha, const void* a, const Int* lda, const void* b, const Int* ldb,
            const void* beta, void* c, const Int* ldc) {
@@ -97,6 +103,7 @@ void gemmt(GemmtFn<T> fn, const char* name, const char* uplo, const char* transa
 }
 
 template <class Int, class T, class TA>
+QOR_TRACED_WORK
 void gemm_like(GemmFn<T, TA> fn, const char* name, const char* transa, const char* transb, const Int* m,
                const Int* n, const Int* k, const void* alpha, const void* a, const Int* lda, const void* b,
                const Int* ldb, const void* beta, void* c, const Int* ldc) {
@@ -118,65 +125,87 @@ void gemm_like(GemmFn<T, TA> fn, const char* name, const char* transa, const cha
   QOR_API void t##trsm##SFX(const char* side, const char* uplo, const char* transa, const char* diag,          \
                             const INT* m, const INT* n, const S* alpha, const S* a, const INT* lda, S* b,       \
                             const INT* ldb, size_t, size_t, size_t, size_t) {                                  \
-    tri<INT, T>(&qor_blas_##t##trsm, #UP "TRSM", side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);        \
+    QOR_TRACED((side, uplo, transa, diag, *m, *n, *lda, *ldb), [=] {                                           \
+      tri<INT, T>(&qor_blas_##t##trsm, #UP "TRSM", side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);     \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void t##trmm##SFX(const char* side, const char* uplo, const char* transa, const char* diag,          \
                             const INT* m, const INT* n, const S* alpha, const S* a, const INT* lda, S* b,       \
                             const INT* ldb, size_t, size_t, size_t, size_t) {                                  \
-    tri<INT, T>(&qor_blas_##t##trmm, #UP "TRMM", side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);        \
+    QOR_TRACED((side, uplo, transa, diag, *m, *n, *lda, *ldb), [=] {                                           \
+      tri<INT, T>(&qor_blas_##t##trmm, #UP "TRMM", side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);     \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void t##symm##SFX(const char* side, const char* uplo, const INT* m, const INT* n, const S* alpha,    \
                             const S* a, const INT* lda, const S* b, const INT* ldb, const S* beta, S* c,        \
                             const INT* ldc, size_t, size_t) {                                                  \
-    symm<INT, T>(&qor_blas_##t##symm, #UP "SYMM", side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc);       \
+    QOR_TRACED((side, uplo, *m, *n, *lda, *ldb, *ldc), [=] {                                                   \
+      symm<INT, T>(&qor_blas_##t##symm, #UP "SYMM", side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc);    \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void t##syrk##SFX(const char* uplo, const char* trans, const INT* n, const INT* k, const S* alpha,   \
                             const S* a, const INT* lda, const S* beta, S* c, const INT* ldc, size_t, size_t) { \
-    syrk<INT, T, T>(&qor_blas_##t##syrk, #UP "SYRK", qor::is_complex_v<T> ? "NT" : "NTC", uplo, trans, n, k,   \
-                    alpha, a, lda, beta, c, ldc);                                                              \
+    QOR_TRACED((uplo, trans, *n, *k, *lda, *ldc), [=] {                                                        \
+      syrk<INT, T, T>(&qor_blas_##t##syrk, #UP "SYRK", qor::is_complex_v<T> ? "NT" : "NTC", uplo, trans, n, k, \
+                      alpha, a, lda, beta, c, ldc);                                                            \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void t##syr2k##SFX(const char* uplo, const char* trans, const INT* n, const INT* k, const S* alpha,  \
                              const S* a, const INT* lda, const S* b, const INT* ldb, const S* beta, S* c,       \
                              const INT* ldc, size_t, size_t) {                                                 \
-    syr2k<INT, T, T>(&qor_blas_##t##syr2k, #UP "SYR2K", qor::is_complex_v<T> ? "NT" : "NTC", uplo, trans, n, k, \
-                     alpha, a, lda, b, ldb, beta, c, ldc);                                                     \
+    QOR_TRACED((uplo, trans, *n, *k, *lda, *ldb, *ldc), [=] {                                                  \
+      syr2k<INT, T, T>(&qor_blas_##t##syr2k, #UP "SYR2K", qor::is_complex_v<T> ? "NT" : "NTC", uplo, trans, n, k, \
+                       alpha, a, lda, b, ldb, beta, c, ldc);                                                   \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void t##gemmt##SFX(const char* uplo, const char* transa, const char* transb, const INT* n,           \
                              const INT* k, const S* alpha, const S* a, const INT* lda, const S* b,              \
                              const INT* ldb, const S* beta, S* c, const INT* ldc, size_t, size_t, size_t) {     \
-    gemmt<INT, T>(&qor_blas_##t##gemmt, #UP "GEMMT", uplo, transa, transb, n, k, alpha, a, lda, b, ldb, beta, \
-                  c, ldc);                                                                                     \
+    QOR_TRACED((uplo, transa, transb, *n, *k, *lda, *ldb, *ldc), [=] {                                         \
+      gemmt<INT, T>(&qor_blas_##t##gemmt, #UP "GEMMT", uplo, transa, transb, n, k, alpha, a, lda, b, ldb, beta, \
+                    c, ldc);                                                                                   \
+    });                                                                                                        \
   }
 
 #define QOR_L3F_COMPLEX(t, T, R, UP, INT, SFX)                                                                 \
   QOR_API void t##hemm##SFX(const char* side, const char* uplo, const INT* m, const INT* n, const void* alpha, \
                             const void* a, const INT* lda, const void* b, const INT* ldb, const void* beta,     \
                             void* c, const INT* ldc, size_t, size_t) {                                         \
-    symm<INT, T>(&qor_blas_##t##hemm, #UP "HEMM", side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc);       \
+    QOR_TRACED((side, uplo, *m, *n, *lda, *ldb, *ldc), [=] {                                                   \
+      symm<INT, T>(&qor_blas_##t##hemm, #UP "HEMM", side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc);    \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void t##herk##SFX(const char* uplo, const char* trans, const INT* n, const INT* k, const R* alpha,   \
                             const void* a, const INT* lda, const R* beta, void* c, const INT* ldc, size_t,      \
                             size_t) {                                                                          \
-    syrk<INT, T, R>(&qor_blas_##t##herk, #UP "HERK", "NC", uplo, trans, n, k, alpha, a, lda, beta, c, ldc);     \
+    QOR_TRACED((uplo, trans, *n, *k, *lda, *ldc), [=] {                                                        \
+      syrk<INT, T, R>(&qor_blas_##t##herk, #UP "HERK", "NC", uplo, trans, n, k, alpha, a, lda, beta, c, ldc);  \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void t##her2k##SFX(const char* uplo, const char* trans, const INT* n, const INT* k,                  \
                              const void* alpha, const void* a, const INT* lda, const void* b, const INT* ldb,   \
                              const R* beta, void* c, const INT* ldc, size_t, size_t) {                         \
-    syr2k<INT, T, R>(&qor_blas_##t##her2k, #UP "HER2K", "NC", uplo, trans, n, k, alpha, a, lda, b, ldb, beta,  \
-                     c, ldc);                                                                                  \
+    QOR_TRACED((uplo, trans, *n, *k, *lda, *ldb, *ldc), [=] {                                                  \
+      syr2k<INT, T, R>(&qor_blas_##t##her2k, #UP "HER2K", "NC", uplo, trans, n, k, alpha, a, lda, b, ldb, beta, \
+                       c, ldc);                                                                                \
+    });                                                                                                        \
   }                                                                                                            \
   QOR_API void t##gemm3m##SFX(const char* transa, const char* transb, const INT* m, const INT* n, const INT* k, \
                               const void* alpha, const void* a, const INT* lda, const void* b, const INT* ldb,  \
                               const void* beta, void* c, const INT* ldc, size_t, size_t) {                     \
-    gemm_like<INT, T, T>(&qor_blas_##t##gemm3m, #UP "GEMM3M", transa, transb, m, n, k, alpha, a, lda, b, ldb,  \
-                         beta, c, ldc);                                                                        \
+    QOR_TRACED((transa, transb, *m, *n, *k, *lda, *ldb, *ldc), [=] {                                           \
+      gemm_like<INT, T, T>(&qor_blas_##t##gemm3m, #UP "GEMM3M", transa, transb, m, n, k, alpha, a, lda, b, ldb, \
+                           beta, c, ldc);                                                                      \
+    });                                                                                                        \
   }
 
 #define QOR_L3F_MIXED(name, T, R, UPNAME, INT, SFX)                                                            \
   QOR_API void name##SFX(const char* transa, const char* transb, const INT* m, const INT* n, const INT* k,      \
                          const void* alpha, const R* a, const INT* lda, const void* b, const INT* ldb,          \
                          const void* beta, void* c, const INT* ldc, size_t, size_t) {                          \
-    gemm_like<INT, T, R>(&qor_blas_##name, UPNAME, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc); \
+    QOR_TRACED((transa, transb, *m, *n, *k, *lda, *ldb, *ldc), [=] {                                           \
+      gemm_like<INT, T, R>(&qor_blas_##name, UPNAME, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc); \
+    });                                                                                                        \
   }
 
 #define QOR_L3F_ALL(INT, SFX)                                    \
