@@ -7,14 +7,16 @@
 //   bkd_cr2cr_1d_batched, bkd_cr2cr_1d_<p>, bkd_c2c_1d_small_<p>,
 //   bkd_c2c_1d_default (local to the list), bkd_c2c_1d_bluestein_<p>,
 //   bkd_c2c_1d_bluestein_strided_<p>.
-// None of these objects is built yet; each joins its list, in that place,
-// together with its code. Until then the lists are empty and a commit finds
-// no backend to offer the node to.
+// The small and default objects are built; the split-storage and Bluestein
+// objects join their lists, in their places, together with their code.
+#include "dft/backends/backends.h"
 #include "dft/node/backend.h"
 
 namespace qor::dfxi {
 
-const dfxi_backend* const bkdown_list_c2c_1d_d[] = {nullptr};
-const dfxi_backend* const bkdown_list_c2c_1d_s[] = {nullptr};
+const dfxi_backend* const bkdown_list_c2c_1d_d[] = {&qor_dft_def_bkd_c2c_1d_small_d, &bkd_c2c_1d_default_d,
+                                                    nullptr};
+const dfxi_backend* const bkdown_list_c2c_1d_s[] = {&qor_dft_def_bkd_c2c_1d_small_s, &bkd_c2c_1d_default_s,
+                                                    nullptr};
 
 }  // namespace qor::dfxi
