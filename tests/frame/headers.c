@@ -2,6 +2,7 @@
  * test; main() only keeps the linker content. */
 #include "qor/blas.h"
 #include "qor/cblas.h"
+#include "qor/dft.h"
 #include "qor/qor.h"
 
 #if defined(__has_include)
