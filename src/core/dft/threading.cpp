@@ -12,10 +12,12 @@
 
 #include "dft/backends/api.h"
 #include "dft/backends/threaded.h"
+#include "dft/backends/via2d.h"
 #include "frame/member.h"
 #include "frame/services.h"
 #include "frame/threads.h"
 #include "qor/qor.h"
+#include "trans/kernels.h"
 
 namespace qor::core {
 namespace {
@@ -83,20 +85,38 @@ std::int64_t floor_log2(i64 n) {
   return e;
 }
 
+// Whether the kernel library's four-step plan can take the node: a heap
+// node with interleaved unit-stride data, long enough, whose length splits
+// into two factors the primitive can plan.
+template <class R> bool four_step_splits(const dfxi_node* node) {
+  if (node->mem != nullptr || node->complex_storage != dfxi::kStorageComplexComplex || node->stride_in != 1 ||
+      node->stride_out != 1 || node->length_log2 < dfxi::kVia2dMinOrder)
+    return false;
+  i64 n1 = 0, n2 = 0;
+  return dfxi::via2d_factors(node->length, sizeof(R) == 8, &n1, &n2) == dfxi::kOk;
+}
+
 template <class R> status threaded_mode_definition(dfxi_node* node, std::int64_t) {
   if (node == nullptr || node->rank_committed != 1) return dfxi::kInconsistent;
   const i64 L = node->length;
   node->length_log2 = floor_log2(L);
-  // Interleaved lengths the primitive cannot plan, and strided lengths it
-  // would only run by direct sums or convolution, are left to Bluestein.
+  const bool four_step = four_step_splits<R>(node);
+  // Interleaved lengths the primitive cannot plan (unless the four-step
+  // plan splits them), and strided lengths it would only run by direct
+  // sums or convolution, are left to Bluestein.
   if (node->complex_storage == dfxi::kStorageComplexComplex && !dfxi::is_pow2(L)) {
-    if (L > dfxi::primitive_limit(sizeof(R) == 8, L)) return dfxi::kDeclined;
+    if (L > dfxi::primitive_limit(sizeof(R) == 8, L) && !four_step) return dfxi::kDeclined;
     if ((node->stride_in != 1 || node->stride_out != 1) && !factors_well(L)) return dfxi::kDeclined;
   }
-  // A team shares out the batch; a single transform runs on one thread
-  // until the four-step plan gives it a threaded form.
-  const i64 most = std::max<i64>(1, std::min<i64>(node->threads, node->ntransforms));
-  node->threads = node->ntransforms == 1 ? 1 : static_cast<std::int32_t>(most);
+  // A team shares out the batch. A single transform gets a team only
+  // through the four-step plan, whose columns and rows the team shares
+  // (see commit_c2c_1d); a nested node never does.
+  if (node->ntransforms == 1) {
+    const bool team = four_step && node->threads > 1 && (node->flags & dfxi::kFlagNested) == 0;
+    node->threads = team ? node->threads : 1;
+    return dfxi::kOk;
+  }
+  node->threads = static_cast<std::int32_t>(std::max<i64>(1, std::min<i64>(node->threads, node->ntransforms)));
   return dfxi::kOk;
 }
 
@@ -164,6 +184,101 @@ status share_batch(const dfxi_par_record* record, const void* in, void* out, voi
   return result.load();
 }
 
+// ---- One transform on a team: the four-step plan ----
+
+template <class R> using Cx = std::complex<R>;
+
+// What a run of the plan needs from the core: the kernel library's
+// transpositions, and the same allocator as the kernel library's heap
+// family of memory methods.
+template <class R> dfxi::Via2dOps<Cx<R>> via2d_ops() {
+  return {trans::Kernels<Cx<R>>::imatcopy(), trans::Kernels<Cx<R>>::omatcopy(), qor_serv_allocate,
+          qor_serv_deallocate};
+}
+
+template <class R> status steps_1_2(const dfxi_node* node, const dfxi_via2d_run* run, i64 first, i64 count,
+                                    void* scratch) {
+  if constexpr (sizeof(R) == 8) return QOR_KERNEL(qor_dft_def_xz_4step_1_2)(node, run, first, count, scratch);
+  else return QOR_KERNEL(qor_dft_def_xc_4step_1_2)(node, run, first, count, scratch);
+}
+template <class R> status step_3(const dfxi_node* node, const dfxi_via2d_run* run, i64 first, i64 count,
+                                 void* scratch) {
+  if constexpr (sizeof(R) == 8) return QOR_KERNEL(qor_dft_def_xz_4step_3)(node, run, first, count, scratch);
+  else return QOR_KERNEL(qor_dft_def_xc_4step_3)(node, run, first, count, scratch);
+}
+template <class R, bool Inverse> status one_thread(const void* in, void* out, dfxi_node* node, void* buffer) {
+  if constexpr (sizeof(R) == 8)
+    return Inverse ? QOR_KERNEL(qor_dft_def_xz_1d_via_2d_b)(in, out, node, buffer)
+                   : QOR_KERNEL(qor_dft_def_xz_1d_via_2d_f)(in, out, node, buffer);
+  else
+    return Inverse ? QOR_KERNEL(qor_dft_def_xc_1d_via_2d_b)(in, out, node, buffer)
+                   : QOR_KERNEL(qor_dft_def_xc_1d_via_2d_f)(in, out, node, buffer);
+}
+
+// Member i's share of `n` items handed out in units of `unit`.
+void unit_share(i64 n, i64 unit, int members, int i, i64* first, i64* count) {
+  i64 f = 0, c = 0;
+  dfxi::batch_share((n + unit - 1) / unit, members, i, &f, &c);
+  *first = std::min(n, f * unit);
+  *count = std::min(n, (f + c) * unit) - *first;
+}
+
+// The threaded one-dimensional entry of the node: every member takes a
+// share of the columns of steps 1 and 2, then, once all are done, a share
+// of the rows of step 3. Scratch for every member and the intermediate
+// array are taken before the team starts, so that a failure leaves the
+// data as it was.
+template <class R, bool Inverse>
+std::uint32_t team_1d_via_2d(const void* in, void* out, dfxi_node* node, void* buffer) {
+  auto* plan = static_cast<dfxi_1d_via_2d*>(node->data_1d_via_2d);
+  if (plan == nullptr) return dfxi::kInternal;
+  const int t = static_cast<int>(std::min<i64>({node->threads, max_threads(), TeamBuffers::kMostMembers}));
+  if (t <= 1 || omp_in_parallel()) return one_thread<R, Inverse>(in, out, node, buffer);
+  TeamBuffers scratch(t, node->buffer_size_max, buffer);
+  if (scratch.failed()) return dfxi::kNoMemory;
+  const dfxi::Via2dOps<Cx<R>> ops = via2d_ops<R>();
+  dfxi_via2d_run run;
+  status st = dfxi::via2d_begin(plan, in, out, Inverse ? -1 : 1, ops, &run);
+  if (st != dfxi::kOk) return st;
+  std::atomic<status> result{dfxi::kOk};
+#pragma omp parallel num_threads(t)
+  {
+    const int members = omp_get_num_threads();
+    const int i = omp_get_thread_num();
+    i64 first = 0, count = 0;
+    unit_share(plan->n2, dfxi::kVia2dColumnTile, members, i, &first, &count);
+    status mine = count > 0 ? steps_1_2<R>(node, &run, first, count, scratch[i]) : dfxi::kOk;
+#pragma omp barrier
+    unit_share(plan->n1, dfxi::kVia2dRowGroup, members, i, &first, &count);
+    if (count > 0 && mine == dfxi::kOk) mine = step_3<R>(node, &run, first, count, scratch[i]);
+    status none = dfxi::kOk;
+    if (mine != dfxi::kOk) result.compare_exchange_strong(none, mine);
+  }
+  dfxi::via2d_end(plan, &run, ops);
+  return result.load();
+}
+
+template <class R> status commit_core(dfxi_node* node) {
+  if constexpr (sizeof(R) == 8) return QOR_KERNEL(qor_dft_def_commit_descriptor_core_d_c2c_1d)(node);
+  else return QOR_KERNEL(qor_dft_def_commit_descriptor_core_s_c2c_1d)(node);
+}
+
+// The commit of the default road. When the thread plan gave a single
+// transform a team, the road made no plan for it: the four-step plan is
+// built here, and its team entries go into the threaded slots.
+template <class R> status commit_c2c_1d(dfxi_node* node) {
+  status st = commit_core<R>(node);
+  if (st != dfxi::kOk || node->ntransforms != 1 || node->threads <= 1) return st;
+  if constexpr (sizeof(R) == 8) st = QOR_KERNEL(qor_dft_def_xz_init_data_1d_via_2d)(node, node);
+  else st = QOR_KERNEL(qor_dft_def_xc_init_data_1d_via_2d)(node, node);
+  if (st != dfxi::kOk) return st;
+  node->kernel_thr_1d_fwd = reinterpret_cast<dfxi_any_fn>(team_1d_via_2d<R, false>);
+  node->kernel_thr_1d_bwd = reinterpret_cast<dfxi_any_fn>(team_1d_via_2d<R, true>);
+  node->flags |= dfxi::kFlag1dVia2d;
+  node->buffer_size_max = std::max(node->buffer_size_max, node->buffer_size);
+  return dfxi::kOk;
+}
+
 }  // namespace
 }  // namespace qor::core
 
@@ -192,10 +307,10 @@ QOR_API void qor_dft_bless_node_thr(dfxi_node* node) {
 }
 
 QOR_API qor::dfxi::status qor_dft_commit_node_d_c2c_1d_omp(dfxi_node* node) {
-  return QOR_KERNEL(qor_dft_def_commit_descriptor_core_d_c2c_1d)(node);
+  return qor::core::commit_c2c_1d<double>(node);
 }
 QOR_API qor::dfxi::status qor_dft_commit_node_s_c2c_1d_omp(dfxi_node* node) {
-  return QOR_KERNEL(qor_dft_def_commit_descriptor_core_s_c2c_1d)(node);
+  return qor::core::commit_c2c_1d<float>(node);
 }
 
 QOR_API qor::dfxi::status qor_dft_threaded_mode_definition_d_c2c_1d(dfxi_node* node, std::int64_t cpu_mode) {

@@ -206,9 +206,13 @@ TYPED_TEST(DftTeams, DefaultRoadDeclinesWhatBluesteinShouldTake) {
   for (i64 L : {7, 97, 1009}) EXPECT_EQ(plan(L, 1, false, nullptr), 0u) << L;
   // Split storage stays on the default road.
   EXPECT_EQ(plan(97, 2, true, nullptr), 0u);
-  // Beyond the primitive's limit for lengths that are not powers of two.
+  // Beyond the primitive's limit for lengths that are not powers of two: a
+  // prime is left to the convolution road, a length that splits into two
+  // factors is planned (as two passes of shorter transforms).
   const i64 beyond = dbl ? (i64{1} << 24) + 2 : (i64{1} << 25) + 2;
-  EXPECT_EQ(plan(beyond, 1, false, nullptr), 100u);
+  const i64 prime_beyond = dbl ? 16777259 : 33554467;
+  EXPECT_EQ(plan(prime_beyond, 1, false, nullptr), 100u);
+  EXPECT_EQ(plan(beyond, 1, false, nullptr), 0u);
   EXPECT_EQ(plan(beyond - 4, 1, false, nullptr), 0u);
 }
 

@@ -7,6 +7,7 @@
 #include "dft/backends/backends.h"
 #include "dft/backends/road.h"
 #include "dft/backends/threaded.h"
+#include "dft/backends/via2d.h"
 #include "dft/smallradix/smallradix.h"
 
 namespace qor::dfxi {
@@ -96,10 +97,13 @@ template <class R> status zup_initalloc_ri2ri(dfxi_node* record, dfxi_node* root
   return kOk;
 }
 
-// The four-step plan of a very long transform is not part of this road
-// yet: its factor search answers as it does for a length with no factor
-// pair, and commit goes on with a primitive plan of the full length.
-status init_data_1d_via_2d(dfxi_node*, dfxi_node*) { return kNoFactorPair; }
+// The four-step plan of a very long transform (via2d.cpp). A length with
+// no factor pair answers kNoFactorPair, and commit goes on with a
+// primitive plan of the full length.
+template <class R> status init_data_1d_via_2d(dfxi_node* record, dfxi_node* root) {
+  if constexpr (is_double<R>) return qor_dft_def_xz_init_data_1d_via_2d(record, root);
+  else return qor_dft_def_xc_init_data_1d_via_2d(record, root);
+}
 
 template <class R> bool wants_four_step(const dfxi_node* record) {
   const i64 L = record->length;
@@ -118,7 +122,7 @@ template <class R> status plan_record(dfxi_node* record, dfxi_node* root) {
     return counting ? zup_get_size<R>(record, true) : zup_initalloc_ri2ri<R>(record, root);
   }
   if (wants_four_step<R>(record)) {
-    const status st = init_data_1d_via_2d(record, root);
+    const status st = init_data_1d_via_2d<R>(record, root);
     if (st == kOk) {
       if (root->ntransforms == 1) root->flags |= kFlag1dVia2d;
       return kOk;
