@@ -4,8 +4,8 @@
 // turn at n = 1000.
 //
 //   bench_blas_gemm_scz [quick|full] [cputime]
-//     quick:   up to 1000; full: 4000 for all three letters (default: 4000
-//              for s)
+//     quick:   up to 1000 (also QOR_BENCH_QUICK=1); full: 4000 for all
+//              three letters (default: 4000 for s)
 //     cputime: time the one-thread runs by the CPU time of the calling
 //              thread (blas_gemm/timing.h)
 #include <cmath>
@@ -78,7 +78,7 @@ template <class T> struct Problem {
   }
 };
 
-template <class T> void compare(const std::string& what, int n) {
+template <class T> void compare(const std::string& what, int n, int threads) {
   auto* ob = qor::bench::openblas().fn<Fortran<T>>(std::string(info<T>::name).append("_").c_str());
   auto* bl = qor::bench::blis().fn<Fortran<T>>(std::string(info<T>::name).append("_").c_str());
   Problem<T> p(n);
@@ -87,15 +87,21 @@ template <class T> void compare(const std::string& what, int n) {
     return f ? p.seconds([f](auto... args) { f(args..., 1, 1); }) : 0.0;
   };
   const double to = peer(ob), tb = peer(bl);
-  qor::bench::report(what, std::to_string(n), t, "GFLOPS", info<T>::flops_per_mac * double(n) * n * n * 1e-9,
-                     "OpenBLAS", to, "BLIS", tb);
+  qor::bench::Case c;
+  c.what = what;
+  c.operation = "gemm NN";
+  c.type = std::string(1, info<T>::name[0]);
+  c.size = std::to_string(n);
+  c.n = n;
+  c.threads = threads;
+  qor::bench::report(c, t, "GFLOPS", info<T>::flops_per_mac * double(n) * n * n * 1e-9, "OpenBLAS", to, "BLIS", tb);
 }
 
 template <class T> void sweep(const std::vector<int>& sizes, int threads) {
   qor_set_num_threads(threads);
   qor::bench::openblas().set_threads(threads);
   qor::bench::blis().set_threads(threads);
-  for (int n : sizes) compare<T>(std::string(info<T>::name) + " " + std::to_string(threads) + "t", n);
+  for (int n : sizes) compare<T>(std::string(info<T>::name) + " " + std::to_string(threads) + "t", n, threads);
 }
 
 template <class T> void bodies(int n) {
@@ -104,8 +110,13 @@ template <class T> void bodies(int n) {
     if (!qor_cpu_path_supported(path) || qor_set_cpu_path(path) != 0) continue;
     Problem<T> p(n);
     const double t = p.seconds(&info<T>::ours);
-    qor::bench::report(std::string(info<T>::name) + " " + qor_cpu_path_name(path), std::to_string(n), t, "GFLOPS",
-                       info<T>::flops_per_mac * double(n) * n * n * 1e-9);
+    qor::bench::Case c;
+    c.what = std::string(info<T>::name) + " " + qor_cpu_path_name(path);
+    c.operation = "gemm NN body";
+    c.type = std::string(1, info<T>::name[0]);
+    c.size = std::to_string(n);
+    c.n = n;
+    qor::bench::report(c, t, "GFLOPS", info<T>::flops_per_mac * double(n) * n * n * 1e-9);
   }
   qor_set_cpu_path(QOR_CPU_PATH_AUTO);
 }
@@ -113,12 +124,15 @@ template <class T> void bodies(int n) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  bool quick = false, full = false;
+  const bool quick = qor::bench::quick_requested(argc, argv);
+  bool full = false;
   for (int i = 1; i < argc; ++i) {
-    quick |= std::strcmp(argv[i], "quick") == 0;
     full |= std::strcmp(argv[i], "full") == 0;
     gemm_bench::cputime |= std::strcmp(argv[i], "cputime") == 0;
   }
+  qor::bench::begin("blas_gemm_scz", quick);
+  qor::bench::openblas();  // prints the peers' kernel choices first
+  qor::bench::blis();
   std::printf("processor path in force: %s\n", qor_cpu_path_name(qor_get_cpu_path()));
   std::vector<int> base = {64, 128, 256, 500, 1000};
   if (!quick) base.push_back(2000);

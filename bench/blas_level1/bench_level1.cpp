@@ -1,12 +1,13 @@
 // Level 1 against OpenBLAS, side by side in one run, both on one thread:
-// ddot, daxpy, dnrm2, idamax, dscal and zdotc at n = 1,000 (in cache),
-// 100,000 and 10,000,000 (memory). Figures are GB/s of vector traffic and
+// ddot, daxpy, dnrm2, idamax, dscal and zdotc at lengths from 1,000 (in
+// cache) to 10,000,000 (memory). Figures are GB/s of vector traffic and
 // the ratio OpenBLAS time / qor time (above 1: qor is faster). For the
 // in-cache size the line also gives bytes loaded per clock, to compare with
 // the load-port bound of 128-bit code: two 16-byte loads a clock.
 //
-//   bench_level1 [quick|threads]   quick: skip n = 10,000,000;
-//                                  threads: let qor split long updates
+//   bench_blas_level1 [quick|threads]  quick: one length per decade (also
+//                                      QOR_BENCH_QUICK=1);
+//                                      threads: let qor split long updates
 #include <complex>
 #include <cstdio>
 #include <cstdlib>
@@ -48,11 +49,22 @@ double clock_ghz() {
   return 3.0 * static_cast<double>(steps) / (qor::bench::thread_seconds() - t0) / 1e9;
 }
 
+// `what` is the routine's name ("ddot"); the rows give the operation
+// without its type letter, and the working set of the vectors in bytes.
 struct Runner {
   double ghz;
-  void line(const char* what, long n, double bytes, double loads, double ours, double peer) {
-    const std::string size = "n=" + std::to_string(n);
-    qor::bench::report(what, size, ours, "GB/s", bytes / 1e9, "OpenBLAS", peer);
+  int threads;
+  void line(const char* what, long n, double bytes, double loads, double ours, double peer, double footprint) {
+    qor::bench::Case c;
+    c.what = what;
+    c.size = "n=" + std::to_string(n);
+    const bool index = what[0] == 'i';  // idamax: the type letter is the second
+    c.type = std::string(1, what[index ? 1 : 0]);
+    c.operation = index ? std::string("i") + (what + 2) : std::string(what + 1);
+    c.n = static_cast<double>(n);
+    c.bytes = footprint;
+    c.threads = threads;
+    qor::bench::report(c, ours, "GB/s", bytes / 1e9, "OpenBLAS", peer);
     if (n <= 1000 && ghz > 0)
       std::printf("%-22s %-16s   loads %.1f bytes/clock of a 32 bytes/clock bound (%.0f%%) at %.2f GHz\n", "", "",
                   loads / ours / (ghz * 1e9), 100.0 * loads / ours / (ghz * 1e9) / 32.0, ghz);
@@ -62,8 +74,9 @@ struct Runner {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const bool quick = argc > 1 && std::strcmp(argv[1], "quick") == 0;
+  const bool quick = qor::bench::quick_requested(argc, argv);
   const bool threads = argc > 1 && std::strcmp(argv[1], "threads") == 0;
+  qor::bench::begin("blas_level1", quick);
   if (!threads) qor_set_num_threads(1);
   auto& ob = qor::bench::openblas();
   ob.set_threads(1);
@@ -74,14 +87,15 @@ int main(int argc, char** argv) {
   auto* o_dscal = ob.fn<Dscal>("cblas_dscal");
   auto* o_zdotc = ob.fn<Zdotc>("cblas_zdotc_sub");
   if (!o_ddot || !o_daxpy || !o_dnrm2 || !o_idamax || !o_dscal || !o_zdotc) {
-    std::fprintf(stderr, "bench_level1: OpenBLAS not available\n");
+    std::fprintf(stderr, "bench_blas_level1: OpenBLAS not available\n");
     return 1;
   }
-  Runner run{clock_ghz()};
+  Runner run{clock_ghz(), qor_get_max_threads()};
   std::printf("Level 1, %s, GB/s of vector traffic; ratio = OpenBLAS time / qor time (cpu path %s)\n",
               threads ? "qor threaded, OpenBLAS one thread" : "one thread", qor_cpu_path_name(qor_get_cpu_path()));
-  std::vector<long> sizes = {1000, 100000};
-  if (!quick) sizes.push_back(10000000);
+  const std::vector<long> sizes = quick ? std::vector<long>{1000, 10000, 100000, 1000000, 10000000}
+                                        : std::vector<long>{1000, 3000, 10000, 30000, 100000, 300000, 1000000,
+                                                            3000000, 10000000};
   for (long n : sizes) {
     const int ni = static_cast<int>(n);
     const double secs = n >= 10000000 ? 0.6 : 0.25;
@@ -93,33 +107,33 @@ int main(int argc, char** argv) {
         [&] { sink = sink + o_ddot(ni, x.data(), 1, y.data(), 1); }, secs);
     double ours = t.first;
     double peer = t.second;
-    run.line("ddot", n, 16 * dn, 16 * dn, ours, peer);
+    run.line("ddot", n, 16 * dn, 16 * dn, ours, peer, 16 * dn);
 
     // alpha keeps y bounded over many repetitions: y += a x with a tiny a.
     t = qor::bench::best_times_alternating([&] { cblas_daxpy(ni, 1e-9, x.data(), 1, y.data(), 1); },
         [&] { o_daxpy(ni, 1e-9, x.data(), 1, y.data(), 1); }, secs);
     ours = t.first;
     peer = t.second;
-    run.line("daxpy", n, 24 * dn, 16 * dn, ours, peer);
+    run.line("daxpy", n, 24 * dn, 16 * dn, ours, peer, 16 * dn);
 
     t = qor::bench::best_times_alternating([&] { sink = sink + cblas_dnrm2(ni, x.data(), 1); },
         [&] { sink = sink + o_dnrm2(ni, x.data(), 1); }, secs);
     ours = t.first;
     peer = t.second;
-    run.line("dnrm2", n, 8 * dn, 8 * dn, ours, peer);
+    run.line("dnrm2", n, 8 * dn, 8 * dn, ours, peer, 8 * dn);
 
     t = qor::bench::best_times_alternating([&] { sink = sink + static_cast<double>(cblas_idamax(ni, x.data(), 1)); },
         [&] { sink = sink + static_cast<double>(o_idamax(ni, x.data(), 1)); }, secs);
     ours = t.first;
     peer = t.second;
-    run.line("idamax", n, 8 * dn, 8 * dn, ours, peer);
+    run.line("idamax", n, 8 * dn, 8 * dn, ours, peer, 8 * dn);
 
     // Scale by 1 - 1e-12 alternately up and down keeps x bounded.
     t = qor::bench::best_times_alternating([&] { cblas_dscal(ni, 1.0 + 1e-12, x.data(), 1); },
         [&] { o_dscal(ni, 1.0 - 1e-12, x.data(), 1); }, secs);
     ours = t.first;
     peer = t.second;
-    run.line("dscal", n, 16 * dn, 8 * dn, ours, peer);
+    run.line("dscal", n, 16 * dn, 8 * dn, ours, peer, 8 * dn);
 
     x.clear();
     x.shrink_to_fit();
@@ -131,7 +145,7 @@ int main(int argc, char** argv) {
         [&] { o_zdotc(ni, zx.data(), 1, zy.data(), 1, &r); }, secs);
     ours = t.first;
     peer = t.second;
-    run.line("zdotc", n, 32 * dn, 32 * dn, ours, peer);
+    run.line("zdotc", n, 32 * dn, 32 * dn, ours, peer, 32 * dn);
     sink = sink + r.real();
   }
   return 0;

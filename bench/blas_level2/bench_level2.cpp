@@ -1,9 +1,10 @@
 // Level 2 against OpenBLAS, side by side in one run, both on one thread:
-// dgemv (both letters), dsymv, dger and zgemv at n = 100, 1000 and 4000.
+// dgemv (both letters), dsymv, dger and zgemv at n from 100 to 4000.
 // Figures are GB/s of matrix traffic (A read once; ger reads and writes it;
 // symv reads one triangle) and the ratio OpenBLAS time / qor time.
 //
-//   bench_blas_level2 [quick | n...]     quick: n = 100 and 1000 only; or the sizes given
+//   bench_blas_level2 [quick | n...]     quick: four sizes (also
+//                                        QOR_BENCH_QUICK=1); or the sizes given
 #include <complex>
 #include <cstdio>
 #include <cstdlib>
@@ -39,10 +40,27 @@ qor::bench::Pair side_by_side(bool have_peer, F&& ours, G&& peer, double sec) {
   return qor::bench::best_times_alternating(ours, peer, sec);
 }
 
+// One line and its rows: `what` is "dgemv N"; the rows give the operation
+// without the type letter and the matrix's bytes as the working set.
+void line(const char* what, int n, double matrix_bytes, double ours, double traffic_gb, const std::string& peer,
+          double peer_s) {
+  qor::bench::Case c;
+  c.what = what;
+  c.operation = what + 1;
+  c.type = std::string(1, what[0]);
+  c.size = "n=" + std::to_string(n);
+  c.n = n;
+  c.bytes = matrix_bytes;
+  c.threads = 1;
+  qor::bench::report(c, ours, "GB/s", traffic_gb, peer, peer_s);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  const bool quick = argc > 1 && std::strcmp(argv[1], "quick") == 0;
+  const bool quick = qor::bench::quick_requested(argc, argv);
+  qor::bench::begin("blas_level2", quick);
+  qor_set_num_threads(1);
   auto& ob = qor::bench::openblas();
   ob.set_threads(1);
   auto* o_dgemv = ob.fn<Dgemv>("cblas_dgemv");
@@ -51,13 +69,13 @@ int main(int argc, char** argv) {
   auto* o_zgemv = ob.fn<Zgemv>("cblas_zgemv");
   std::printf("Level 2, one thread, GB/s of matrix traffic; ratio = OpenBLAS time / qor time (cpu path %s)\n",
               qor_cpu_path_name(qor_get_cpu_path()));
-  std::vector<int> sizes = quick ? std::vector<int>{100, 1000} : std::vector<int>{100, 1000, 4000};
-  if (!quick && argc > 1) {
+  std::vector<int> sizes = quick ? std::vector<int>{100, 300, 1000, 3000}
+                                 : std::vector<int>{100, 200, 400, 700, 1000, 2000, 4000};
+  if (argc > 1 && std::strcmp(argv[1], "quick") != 0) {
     sizes.clear();
     for (int i = 1; i < argc; ++i) sizes.push_back(std::atoi(argv[i]));
   }
   for (int n : sizes) {
-    const std::string size = "n=" + std::to_string(n);
     const double nn = static_cast<double>(n) * n;
     auto a = filled(static_cast<std::size_t>(n) * n, 1);
     auto x = filled(n, 2), y = filled(n, 3);
@@ -68,7 +86,7 @@ int main(int argc, char** argv) {
           [&] {
         o_dgemv(CblasColMajor, tr, n, n, 1.0, a.data(), n, x.data(), 1, 0.5, y.data(), 1);
       }, sec);
-      qor::bench::report(tr == CblasNoTrans ? "dgemv N" : "dgemv T", size, ours, "GB/s", 8 * nn / 1e9, ob.label(), peer);
+      line(tr == CblasNoTrans ? "dgemv N" : "dgemv T", n, 8 * nn, ours, 8 * nn / 1e9, ob.label(), peer);
     }
     {
       const auto [ours, peer] = side_by_side(
@@ -76,7 +94,7 @@ int main(int argc, char** argv) {
           [&] {
         o_dsymv(CblasColMajor, CblasLower, n, 1.0, a.data(), n, x.data(), 1, 0.5, y.data(), 1);
       }, sec);
-      qor::bench::report("dsymv L", size, ours, "GB/s", 4 * nn / 1e9, ob.label(), peer);
+      line("dsymv L", n, 8 * nn, ours, 4 * nn / 1e9, ob.label(), peer);
     }
     {
       // alpha small so that repeated updates stay bounded.
@@ -85,7 +103,7 @@ int main(int argc, char** argv) {
           [&] {
         o_dger(CblasColMajor, n, n, 1e-9, x.data(), 1, y.data(), 1, a.data(), n);
       }, sec);
-      qor::bench::report("dger", size, ours, "GB/s", 16 * nn / 1e9, ob.label(), peer);
+      line("dger", n, 8 * nn, ours, 16 * nn / 1e9, ob.label(), peer);
     }
     {
       auto za = filled(2 * static_cast<std::size_t>(n) * n, 4);
@@ -99,8 +117,7 @@ int main(int argc, char** argv) {
             [&] {
           o_zgemv(CblasColMajor, tr, n, n, &al, za.data(), n, zx.data(), 1, &be, zy.data(), 1);
         }, sec);
-        qor::bench::report(tr == CblasNoTrans ? "zgemv N" : "zgemv C", size, ours, "GB/s", 16 * nn / 1e9, ob.label(),
-                           peer);
+        line(tr == CblasNoTrans ? "zgemv N" : "zgemv C", n, 16 * nn, ours, 16 * nn / 1e9, ob.label(), peer);
       }
     }
   }

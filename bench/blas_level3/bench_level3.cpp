@@ -6,7 +6,7 @@
 // most of their arithmetic).
 //
 //   bench_blas_level3 [quick] [cputime] [1t|2t] [n=<size>] [routine...]
-//     quick:   sizes up to 1000 only
+//     quick:   sizes up to 1000 only (also QOR_BENCH_QUICK=1)
 //     cputime: time the one-thread runs by the calling thread's CPU time
 //              (both libraries compute on that thread), steadier on a
 //              shared machine
@@ -105,7 +105,8 @@ double timed(Reset&& reset, Call&& call, double work) {
 double gemm_rate = 0;
 
 // The result line, with the fraction of our own dgemm rate for the
-// double-precision routines.
+// double-precision routines. `what` is "dtrsm LLN 1t": the rows take the
+// type letter, the operation and the thread count from it.
 void report(const std::string& what, const std::string& size, double ours, double gflop, const std::string& peer,
             double theirs, bool of_dgemm = true) {
   std::printf("%-22s %-6s qor %7.2f GF/s", what.c_str(), size.c_str(), gflop / ours);
@@ -113,6 +114,15 @@ void report(const std::string& what, const std::string& size, double ours, doubl
   if (of_dgemm && gemm_rate > 0) std::printf(" | %3.0f%% of qor dgemm", 100.0 * gflop / ours / gemm_rate);
   std::printf("\n");
   std::fflush(stdout);
+  const std::string base = what.substr(0, what.rfind(' '));
+  qor::bench::Case c;
+  c.what = what;
+  c.type = base.substr(0, 1);
+  c.operation = base.substr(1);
+  c.size = size;
+  c.n = std::atof(size.c_str());
+  c.threads = qor_get_max_threads();
+  qor::bench::record_result(c, ours, "GFLOP/s", gflop, peer, theirs);
 }
 
 bool wanted(const std::vector<std::string>& only, const char* name) {
@@ -282,7 +292,7 @@ void run(int threads, const std::vector<int>& sizes, const std::vector<std::stri
 }  // namespace
 
 int main(int argc, char** argv) {
-  bool quick = false;
+  bool quick = qor::bench::quick_requested(argc, argv);
   std::vector<std::string> only;
   std::vector<int> sizes, team = {1, 2};
   for (int i = 1; i < argc; ++i) {
@@ -298,6 +308,8 @@ int main(int argc, char** argv) {
       only.emplace_back(argv[i]);
     }
   }
+  qor::bench::begin("blas_level3", quick);
+  qor::bench::openblas();  // prints its kernel choice first
   if (sizes.empty())
     sizes = quick ? std::vector<int>{256, 500, 1000} : std::vector<int>{256, 500, 1000, 2000, 4000};
   std::printf("Level 3 against OpenBLAS: ratio = OpenBLAS time / qor time (above 1: qor faster)%s\n",

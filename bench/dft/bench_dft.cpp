@@ -3,6 +3,11 @@
 // the two timed in alternation.
 // Figures are 5 n log2 n / time in GFLOP/s; the ratio is FFTW's time over
 // ours (above 1: we are faster).
+//
+//   bench_dft [z|c] [quick | length...]
+//     z, c:   double or single precision only
+//     quick:  powers of two up to 2^20 by fours, and a few other lengths
+//             (also QOR_BENCH_QUICK=1)
 #include <fftw3.h>
 
 #include <algorithm>
@@ -41,6 +46,12 @@ long batch_for(long n) { return n >= 16384 ? 1 : 16384 / n; }
 // prints the line.
 template <class Ours, class Theirs>
 void compare(const char* label, long n, Ours ours, Theirs theirs) {
+  qor::bench::Case c;
+  c.what = label;
+  c.type = std::string(1, label[0]);
+  c.operation = label + 2;
+  c.size = std::to_string(n);
+  c.n = static_cast<double>(n);
   const long reps = batch_for(n);
   const auto [t_qor, t_fftw] = qor::bench::best_times_alternating(
       [&] {
@@ -50,7 +61,7 @@ void compare(const char* label, long n, Ours ours, Theirs theirs) {
         for (long k = 0; k < reps; ++k) theirs();
       },
       3 * seconds_for(n));
-  report(label, std::to_string(n), t_qor / reps, "GFLOP/s", flops(n), "FFTW", t_fftw / reps);
+  report(c, t_qor / reps, "GFLOP/s", flops(n), "FFTW", t_fftw / reps);
 }
 
 void bench_double(long n) {
@@ -110,11 +121,20 @@ int main(int argc, char** argv) {
     c = !z;
     first = 2;
   }
-  for (int i = first; i < argc; ++i) lengths.push_back(std::strtol(argv[i], nullptr, 10));
+  const bool quick = qor::bench::quick_requested(argc, argv);
+  for (int i = first; i < argc; ++i)
+    if (std::strcmp(argv[i], "quick") != 0) lengths.push_back(std::strtol(argv[i], nullptr, 10));
   if (lengths.empty()) {
-    for (int e = 6; e <= 22; ++e) lengths.push_back(1L << e);
-    for (long n : {1000L, 1536L, 100000L, 59049L, 97L, 10007L, 1000003L}) lengths.push_back(n);
+    for (int e = 6; e <= (quick ? 20 : 22); e += quick ? 2 : 1) lengths.push_back(1L << e);
+    for (long n : quick ? std::vector<long>{1000L, 100000L, 97L, 10007L}
+                        : std::vector<long>{1000L, 1536L, 100000L, 59049L, 97L, 10007L, 1000003L})
+      lengths.push_back(n);
   }
+  qor::bench::begin("dft", quick);
+  // FFTW picks its codelets plan by plan; its build says which instruction
+  // sets it may pick from.
+  std::printf("peer FFTW: %s (%s), plans by FFTW_MEASURE\n", fftw_version, fftw_cc);
+  qor::bench::record_peer("FFTW", fftw_version, fftw_cc, "plans by FFTW_MEASURE");
   std::printf("complex forward, out of place, one thread; GFLOP/s = 5 n log2 n / time\n");
   if (z)
     for (long n : lengths) bench_double(n);
