@@ -25,8 +25,11 @@ from matplotlib.ticker import FuncFormatter  # noqa: E402
 
 COLOURS = {"qor": "#d62728", "OpenBLAS": "#1f77b4", "BLIS": "#2ca02c", "FFTW": "#9467bd"}
 MARKERS = {"qor": "o", "OpenBLAS": "s", "BLIS": "^", "FFTW": "D"}
+FORM_STYLE = {"fwd out of place": "-", "fwd in place": "--", "batch contiguous": "-", "batch vector": "--",
+              "batch stride 3": ":"}
 LABEL = {"blas_gemm": "GEMM (double)", "blas_gemm_scz": "GEMM (single, complex)", "blas_level1": "BLAS Level 1",
          "blas_level2": "BLAS Level 2", "blas_level3": "BLAS Level 3", "dft": "Fourier transforms (FFT)",
+         "dft_descriptor": "Transform descriptors (qor/dft.h)",
          "trans": "Transposition and matrix addition", "reference": "Machine references"}
 TYPE_NAME = {"s": "single", "d": "double", "c": "single complex", "z": "double complex"}
 
@@ -338,6 +341,129 @@ def trans_figure(data, path):
     return True
 
 
+def is_pow2(n):
+    return n > 0 and (n & (n - 1)) == 0
+
+
+def is_prime(n):
+    if n < 2:
+        return False
+    f = 2
+    while f * f <= n:
+        if n % f == 0:
+            return False
+        f += 1
+    return True
+
+
+def descriptor_figure(data, path):
+    """Descriptors against FFTW: one transform (in and out of place) and batches, GFLOP/s against length."""
+    panels = []
+    for t in ("z", "c"):
+        single = data.select(benchmark="dft_descriptor", type=t, threads=1, library=("qor", "FFTW"),
+                             operation=("fwd out of place", "fwd in place"))
+        batch = data.select(benchmark="dft_descriptor", type=t, threads=1, library=("qor", "FFTW"),
+                            operation=lambda op: (op or "").startswith("batch"))
+        if single or batch:
+            panels.append((t, single, batch))
+    if not panels:
+        return False
+    fig, axes = plt.subplots(len(panels), 2, figsize=(13, 4.3 * len(panels) + 0.4), squeeze=False)
+    for (t, single, batch), row in zip(panels, axes):
+        prec = "double" if t == "z" else "single"
+        for ax, rows, kind in ((row[0], single, "one transform"), (row[1], batch, "batches")):
+            if not rows:
+                ax.set_visible(False)
+                continue
+            forms = [f for f in FORM_STYLE if any(r["operation"] == f for r in rows)]
+            for form in forms:
+                for lib in ("qor", "FFTW"):
+                    sub = [r for r in rows if r["operation"] == form and r["library"] == lib]
+                    line = [r for r in sub if kind == "batches" or is_pow2(round(r["n"]))]
+                    other = [r for r in sub if kind != "batches" and not is_pow2(round(r["n"]))]
+                    label = "%s, %s" % (lib, form.replace("fwd ", "").replace("batch ", ""))
+                    xs, ys = series(line, lib)
+                    if xs:
+                        ax.plot(xs, ys, marker=MARKERS[lib], ms=4, lw=1.5 if lib == "qor" else 1.1,
+                                ls=FORM_STYLE[form], color=COLOURS[lib], label=label,
+                                zorder=3 if lib == "qor" else 2)
+                        label = None
+                    xs, ys = series(other, lib)
+                    if xs:
+                        ax.scatter(xs, ys, marker=MARKERS[lib], s=28, zorder=4, color=COLOURS[lib],
+                                   facecolors="none" if FORM_STYLE[form] != "-" else COLOURS[lib],
+                                   label=(label + ", other lengths") if label else None)
+            ax.set_xscale("log", base=2)
+            ax.xaxis.set_major_formatter(FuncFormatter(lambda v, _p: "2^%d" % round(math.log2(v)) if v > 0 else ""))
+            ax.set_xlabel("transform length n" + (" (1000 transforms; 64 at 2^16)" if kind == "batches" else ""))
+            ax.set_ylabel("GFLOP/s  (5 n log2 n x count / time)")
+            ax.set_ylim(bottom=0, top=max(r["rate"] for r in rows) * 1.3)
+            ax.grid(True, alpha=0.3)
+            ax.set_title("descriptors, %s precision, %s, forward" % (prec, kind))
+            ax.legend(fontsize=7, loc="upper right", ncol=2)
+    finish(fig, data, "1 thread", path)
+    return True
+
+
+def descriptor_target(r):
+    """The ratio a descriptor row is held to, with a short name of the rule, or None."""
+    op, lib, n = r["operation"], r["library"], round(r["n"])
+    if lib == "engine":
+        return 0.95, "within 5% of the engine"
+    if lib == "qor 1 thread":
+        return 1.8, "two threads / one"
+    if lib != "FFTW":
+        return None
+    if r["threads"] > 1:
+        return 1.0, "two threads vs FFTW's"
+    if op.startswith("batch"):
+        if op == "batch stride 3" and not is_pow2(n):
+            return 0.9, "strided batch"
+        return 1.0, "batch"
+    if is_prime(n) and n > 16:
+        return 0.8, "prime length"
+    return 1.0, "power of two / smooth"
+
+
+def descriptor_targets(data):
+    """Markdown: each descriptor case's ratios, double and single, against its target."""
+    cases = collections.OrderedDict()
+    for r in data.select(benchmark="dft_descriptor"):
+        target = descriptor_target(r)
+        if target is None:
+            continue
+        key = (r["operation"], r["size"], r["threads"], r["library"])
+        cases.setdefault(key, {"target": target})[r["type"]] = r["ratio"]
+    if not cases:
+        return []
+    lines = ["### Ratios against the targets", "",
+             "Ratio = the other side's time / the descriptor's time: against FFTW (MEASURE plans), against the "
+             "one-length engine called directly (the descriptor's overhead), and our one thread against our "
+             "two (the speed-up).", "",
+             "| case | size | threads | against | target | double | single | met |", "|---|---|---|---|---|---|---|---|"]
+    missed = []
+    for (op, size, th, lib), v in cases.items():
+        goal, rule = v["target"]
+        cells = []
+        ok = True
+        for t in ("z", "c"):
+            x = v.get(t)
+            if x is None:
+                cells.append("")
+                continue
+            met = round(x, 2) >= goal  # as printed
+            cells.append("%.2f" % x if met else "**%.2f**" % x)
+            ok = ok and met
+        if not ok:
+            missed.append("%s %s (%s)" % (op, size, lib))
+        lines.append("| %s | %s | %d | %s | %.2f (%s) | %s | %s | %s |" % (
+            op, size, th, lib, goal, rule, cells[0], cells[1], "yes" if ok else "**no**"))
+    lines.append("")
+    lines.append("Targets missed (bold above): %d of %d cases." % (len(missed), len(cases)))
+    lines.append("")
+    return lines
+
+
 # ---- Tables ----------------------------------------------------------------
 
 def fmt_rate(v):
@@ -421,6 +547,8 @@ def main():
         figures.append(("blas_level2", "level2.png", "Level 2 bandwidth"))
     if fft_figure(data, os.path.join(out, "fft.png")):
         figures.append(("dft", "fft.png", "FFT GFLOP/s against length"))
+    if descriptor_figure(data, os.path.join(out, "dft_descriptor.png")):
+        figures.append(("dft_descriptor", "dft_descriptor.png", "descriptor GFLOP/s against length"))
     if trans_figure(data, os.path.join(out, "trans.png")):
         figures.append(("trans", "trans.png", "transposition bandwidth"))
 
@@ -519,7 +647,8 @@ def main():
     for r in data.rows:
         if r["benchmark"] not in benchmarks and r["benchmark"] != "reference":
             benchmarks.append(r["benchmark"])
-    order = ["blas_gemm", "blas_gemm_scz", "blas_level1", "blas_level2", "blas_level3", "dft", "trans"]
+    order = ["blas_gemm", "blas_gemm_scz", "blas_level1", "blas_level2", "blas_level3", "dft", "dft_descriptor",
+             "trans"]
     benchmarks.sort(key=lambda b: (order.index(b) if b in order else len(order), b))
 
     summary = []
@@ -530,6 +659,8 @@ def main():
         for _s, f, cap in (f for f in figures if f[0] == b):
             sec.append("![%s](%s)" % (cap, f))
             sec.append("")
+        if b == "dft_descriptor":
+            sec += descriptor_targets(data)
         lines, ratios = ratio_table(rows)
         if lines:
             sec += lines
