@@ -2,6 +2,7 @@
 // gives status 1, leaves the caller's handle as it was and gives back
 // every block it took.
 #include "dft/api/api_test.h"
+#include "dft/fault_util.h"
 
 namespace qor::test::dftapi {
 namespace {
@@ -9,24 +10,7 @@ namespace {
 using node::Fake;
 using node::FakeList;
 
-// Runs `attempt` with the k-th request and every later one refused, for
-// k = 0, 1, ... until a run meets no refusal. Returns how many runs failed.
-template <class F>
-int fail_each_request(F attempt) {
-  for (std::int64_t k = 0; k < 200; ++k) {
-    bool refused;
-    {
-      AllocWatch watch;
-      qor_fault_fail_after(QOR_POOL_BOTH, k);
-      attempt(k);
-      refused = watch.failures() > 0;
-    }
-    qor_fault_reset();
-    if (!refused) return static_cast<int>(k);
-  }
-  ADD_FAILURE() << "requests were still refused after 200 runs";
-  return 0;
-}
+using dft::fail_each_request;
 
 TEST(DftDescriptorFaults, CreateAndCommit) {
   qor_dft_handle const sentinel = sentinel_handle();

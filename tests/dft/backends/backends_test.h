@@ -12,6 +12,7 @@
 
 #include "dft/backends/threaded.h"
 #include "dft/dft_util.h"
+#include "dft/fault_util.h"
 #include "dft/node/node_test.h"
 
 namespace qor::test::backends {
@@ -21,14 +22,24 @@ using node::Node;
 using dft::LD;
 using i64 = std::int64_t;
 
+// Every program of these tests runs its nodes on the heap family.
+class HeapFamily : public ::testing::Environment {
+  void SetUp() override { api().mem_methods_init(nullptr); }
+};
+inline ::testing::Environment* const g_heap_family = ::testing::AddGlobalTestEnvironment(new HeapFamily);
+
+using Precisions = ::testing::Types<double, float>;
+
+// An exported name of the loaded kernel library; null when it is missing.
+inline void* member_address(const char* name) {
+  static void* const h = qor_member_load() == 0 ? dlopen(qor_member_path(), RTLD_NOW | RTLD_LOCAL) : nullptr;
+  return h != nullptr ? dlsym(h, name) : nullptr;
+}
+template <class T> T* member_symbol(const char* name) { return reinterpret_cast<T*>(member_address(name)); }
+
 // The small backend objects of the loaded kernel library.
 inline const dfxi_backend* small_backend(bool dbl) {
-  static void* const h = qor_member_load() == 0 ? dlopen(qor_member_path(), RTLD_NOW | RTLD_LOCAL) : nullptr;
-  static const auto* const d =
-      static_cast<const dfxi_backend*>(h != nullptr ? dlsym(h, "qor_dft_def_bkd_c2c_1d_small_d") : nullptr);
-  static const auto* const s =
-      static_cast<const dfxi_backend*>(h != nullptr ? dlsym(h, "qor_dft_def_bkd_c2c_1d_small_s") : nullptr);
-  return dbl ? d : s;
+  return member_symbol<const dfxi_backend>(dbl ? "qor_dft_def_bkd_c2c_1d_small_d" : "qor_dft_def_bkd_c2c_1d_small_s");
 }
 
 // The default road as the lists hold it: its commit goes out to the core's
@@ -60,6 +71,11 @@ struct Layout {
   bool split = false;
   double scale_f = 1.0, scale_b = 1.0;
   int thread_limit = 1;
+  bool avoid_workspace = false;
+  // The backends offered: null for road_list(); `library_list` for the
+  // list the kernel library gives a node of this class.
+  const dfxi_backend* const* list = nullptr;
+  bool library_list = false;
 
   i64 din() const { return dist_in != 0 ? dist_in : length * stride_in; }
   i64 dout() const { return inplace ? din() : (dist_out != 0 ? dist_out : length * stride_out); }
@@ -74,18 +90,24 @@ struct Layout {
   i64 span_out() const { return span(oout(), sout(), dout(), length, batch); }
 };
 
-// Creates, blesses, describes and commits a node; the status of commit.
-template <class R> std::uint32_t make_node(Node& n, const Layout& g) {
+// Creates, blesses and describes a node and gives it its list of backends;
+// the status of creation. Setters are checked.
+template <class R> std::uint32_t describe_node(Node& n, const Layout& g) {
   constexpr bool dbl = sizeof(R) == 8;
   dfxi_node* p = nullptr;
   const std::uint32_t st = dbl ? api().create_dc1d(&p, g.length, nullptr) : api().create_sc1d(&p, g.length, nullptr);
   if (st != 0) return st;
   n.reset(p);
   qor_dft_bless_node_thr(p);
-  p->bkdown_list = road_list(dbl);
+  if (g.library_list) {
+    EXPECT_EQ(dbl ? api().set_bkdlist_dc1d(p) : api().set_bkdlist_sc1d(p), 0u);
+  } else {
+    p->bkdown_list = g.list != nullptr ? g.list : road_list(dbl);
+  }
   const dfxi_methods& m = n.m();
   if (!g.inplace) p->placement = 44;
   if (g.split) p->complex_storage = 42;
+  if (g.avoid_workspace) p->workspace = 52;  // avoid
   const i64 in[2] = {g.offset_in, g.stride_in};
   const i64 out[2] = {g.offset_out, g.stride_out};
   EXPECT_EQ(m.setInputStrides(p, in), 0u);
@@ -98,7 +120,33 @@ template <class R> std::uint32_t make_node(Node& n, const Layout& g) {
   EXPECT_EQ(m.setScale(p, 4, g.scale_f), 0u);
   EXPECT_EQ(m.setScale(p, 5, g.scale_b), 0u);
   EXPECT_EQ(m.setThreadLimit(p, g.thread_limit), 0u);
-  return m.commit(p);
+  return 0;
+}
+
+// describe_node, then commit; the status of the first that fails. With
+// `fail_from` set, allocations fail from that request of the commit on.
+template <class R> std::uint32_t make_node(Node& n, const Layout& g, std::int64_t fail_from = -1) {
+  const std::uint32_t st = describe_node<R>(n, g);
+  if (st != 0) return st;
+  if (fail_from >= 0) dft::refuse_from(fail_from);
+  return n.m().commit(n.get());
+}
+
+// The default road's thread plan for the layout (commit derives only the
+// geometry); its status, the threads granted and the length's log2.
+template <class R> std::uint32_t thread_plan(const Layout& g, bool nested, std::int32_t* threads, std::int64_t* log2) {
+  constexpr bool dbl = sizeof(R) == 8;
+  Node n;
+  EXPECT_EQ(describe_node<R>(n, g), 0u);
+  dfxi_node* p = n.get();
+  p->bkdown_list = nullptr;
+  if (nested) p->flags |= 8;
+  EXPECT_EQ(n.m().commit(p), 0u);
+  const std::uint32_t st =
+      dbl ? qor_dft_threaded_mode_definition_d_c2c_1d(p, 0) : qor_dft_threaded_mode_definition_s_c2c_1d(p, 0);
+  if (threads != nullptr) *threads = p->threads;
+  if (log2 != nullptr) *log2 = p->length_log2;
+  return st;
 }
 
 // Interleaved data (re, im pairs) or the two arrays of split data.
@@ -136,11 +184,12 @@ template <class R> std::uint32_t compute(dfxi_node* n, bool inverse, Data<R>& in
 // values actually stored, scaled, and that no element outside the
 // transforms changed. `before` is the input array as it was, `result` the
 // array the output went to, `result_before` that array before the call.
+// `bound` replaces the default bound on the relative error when positive.
 template <class R>
 void check(const Layout& g, bool inverse, const Data<R>& before, const Data<R>& result,
-           const Data<R>& result_before) {
+           const Data<R>& result_before, double bound = 0) {
   const double scale = inverse ? g.scale_b : g.scale_f;
-  const double bound = 2 * dft::tolerance<R>(g.length);
+  if (bound <= 0) bound = 2 * dft::tolerance<R>(g.length);
   std::vector<char> touched(static_cast<std::size_t>(g.span_out()), 0);
   double worst = 0;
   for (i64 t = 0; t < g.batch; ++t) {
@@ -171,26 +220,46 @@ void check(const Layout& g, bool inverse, const Data<R>& before, const Data<R>& 
   EXPECT_EQ(changed, 0) << "elements outside the transforms changed";
 }
 
+// Commits the layout under a thread limit and runs one direction on fixed
+// data; the result, and through `committed` the node before the run (to
+// read or instrument it).
+template <class R, class F> Data<R> run_with(Layout g, int limit, bool inverse, F committed) {
+  g.thread_limit = limit;
+  Node n;
+  EXPECT_EQ(make_node<R>(n, g), 0u);
+  committed(n.get());
+  Data<R> in(g.span_in(), g.split, 11);
+  Data<R> out(g.inplace ? 0 : g.span_out(), g.split, 12);
+  EXPECT_EQ(compute<R>(n.get(), inverse, in, out, g), 0u);
+  return g.inplace ? in : out;
+}
+
+// Runs one direction of the committed node on random data and checks it
+// against the oracle; the input of an out-of-place transform must stay as
+// it was.
+template <class R>
+void expect_right(dfxi_node* n, const Layout& g, bool inverse, std::uint64_t seed = 1, double bound = 0) {
+  Data<R> in(g.span_in(), g.split, seed + inverse);
+  Data<R> out(g.inplace ? 0 : g.span_out(), g.split, seed + 7);
+  const Data<R> in_before = in, out_before = out;
+  EXPECT_EQ(compute<R>(n, inverse, in, out, g), 0u);
+  if (g.inplace) {
+    check<R>(g, inverse, in_before, in, in_before, bound);
+  } else {
+    check<R>(g, inverse, in_before, out, out_before, bound);
+    EXPECT_TRUE(in == in_before) << "the input of an out-of-place transform changed";
+  }
+}
+
 // Commits a node for the layout and checks both directions against the
-// oracle; the input of an out-of-place transform must stay as it was.
-// Returns the backend that took the node (null for the default road).
-template <class R> const dfxi_backend* run_layout(const Layout& g, std::uint64_t seed = 1) {
+// oracle. Returns the backend that took the node (null for the default
+// road).
+template <class R> const dfxi_backend* run_layout(const Layout& g, std::uint64_t seed = 1, double bound = 0) {
   Node n;
   const std::uint32_t st = make_node<R>(n, g);
   EXPECT_EQ(st, 0u);
   if (st != 0) return reinterpret_cast<const dfxi_backend*>(-1);
-  for (bool inverse : {false, true}) {
-    Data<R> in(g.span_in(), g.split, seed + inverse);
-    Data<R> out(g.inplace ? 0 : g.span_out(), g.split, seed + 7);
-    const Data<R> in_before = in, out_before = out;
-    EXPECT_EQ(compute<R>(n.get(), inverse, in, out, g), 0u);
-    if (g.inplace) {
-      check<R>(g, inverse, in_before, in, in_before);
-    } else {
-      check<R>(g, inverse, in_before, out, out_before);
-      EXPECT_TRUE(in == in_before) << "the input of an out-of-place transform changed";
-    }
-  }
+  for (bool inverse : {false, true}) expect_right<R>(n.get(), g, inverse, seed, bound);
   return n->bkd;
 }
 

@@ -8,25 +8,16 @@
 namespace qor::test::backends {
 namespace {
 
-class HeapFamily : public ::testing::Environment {
-  void SetUp() override { api().mem_methods_init(nullptr); }
-};
-const auto* const g_heap = ::testing::AddGlobalTestEnvironment(new HeapFamily);
-
 template <class R> class DftRoads : public ::testing::Test {};
-using Precisions = ::testing::Types<double, float>;
 TYPED_TEST_SUITE(DftRoads, Precisions);
 
 template <class R> const dfxi_backend* small() { return small_backend(sizeof(R) == 8); }
 
 // The straight-line kernel of a length, from the kernel library's tables.
 void* straight_line(bool inverse, i64 length) {
-  void* h = dlopen(qor_member_path(), RTLD_NOW | RTLD_LOCAL);
-  auto* table = static_cast<void* const*>(
-      dlsym(h, inverse ? "qor_dft_def_zsmallradix_inverse" : "qor_dft_def_zsmallradix_forward"));
-  void* k = table != nullptr ? table[length - 2] : nullptr;
-  dlclose(h);
-  return k;
+  auto* table =
+      member_symbol<void* const>(inverse ? "qor_dft_def_zsmallradix_inverse" : "qor_dft_def_zsmallradix_forward");
+  return table != nullptr ? table[length - 2] : nullptr;
 }
 
 TYPED_TEST(DftRoads, SmallBackendTakesUnitStrideBatchesWithFlagScales) {
@@ -38,6 +29,9 @@ TYPED_TEST(DftRoads, SmallBackendTakesUnitStrideBatchesWithFlagScales) {
     const std::pair<double, double> scales[] = {{1.0, 1.0}, {inv, 1.0}, {1.0, inv}, {root, root}};
     for (auto [f, b] : scales)
       for (bool inplace : {true, false}) {
+        // Long lengths see each scale form in one placement only: the
+        // pairs are all covered at the shorter ones.
+        if (L >= 1000 && inplace == (f == b)) continue;
         Layout g;
         g.length = L;
         g.batch = L > 1000 ? 2 : 3;
@@ -55,52 +49,35 @@ TYPED_TEST(DftRoads, SmallBackendTakesUnitStrideBatchesWithFlagScales) {
 TYPED_TEST(DftRoads, WhatTheSmallBackendCannotDoGoesToTheDefaultRoad) {
   using R = TypeParam;
   AllocWatch watch;
-  Layout g;
-  g.length = 4096;
-  g.scale_f = 0.5;
-  EXPECT_EQ(run_layout<R>(g), nullptr);
-  g.scale_f = g.scale_b = 1.0 / 4096;  // both divided by N: no single flag
-  g.inplace = false;
-  EXPECT_EQ(run_layout<R>(g), nullptr);
-
-  Layout o;
-  o.length = 64;
-  o.offset_in = 3;
-  EXPECT_EQ(run_layout<R>(o), nullptr);
-  o.offset_in = 0;
-  o.inplace = false;
-  o.offset_out = 5;
-  EXPECT_EQ(run_layout<R>(o), nullptr);
-
-  Layout s;
-  s.length = 64;
-  s.stride_in = 2;
-  EXPECT_EQ(run_layout<R>(s), nullptr);
-
-  Layout l;
-  l.length = 4097;
-  EXPECT_EQ(run_layout<R>(l), nullptr);
+  const double both = 1.0 / 4096;  // both directions divided by N: no single flag
+  const Layout declined[] = {
+      {.length = 4096, .scale_f = 0.5},
+      {.length = 4096, .inplace = false, .scale_f = both, .scale_b = both},
+      {.length = 64, .offset_in = 3},
+      {.length = 64, .offset_out = 5, .inplace = false},
+      {.length = 64, .stride_in = 2},
+      {.length = 4097},
+  };
+  for (const Layout& g : declined) {
+    SCOPED_TRACE(::testing::Message() << "L " << g.length << " offsets " << g.offset_in << "," << g.offset_out
+                                      << " stride " << g.stride_in << " scales " << g.scale_f << ", " << g.scale_b);
+    EXPECT_EQ(run_layout<R>(g), nullptr);
+  }
 
   // A nested node of another plan never takes the small road.
   Node n;
-  dfxi_node* p = nullptr;
-  ASSERT_EQ(sizeof(R) == 8 ? api().create_dc1d(&p, 16, nullptr) : api().create_sc1d(&p, 16, nullptr), 0u);
-  n.reset(p);
-  qor_dft_bless_node_thr(p);
-  p->bkdown_list = road_list(sizeof(R) == 8);
-  p->flags |= 8;
-  ASSERT_EQ(n.m().commit(p), 0u);
-  EXPECT_EQ(p->bkd, nullptr);
-  EXPECT_NE(p->compute_forward, nullptr);
+  ASSERT_EQ(describe_node<R>(n, Layout{.length = 16}), 0u);
+  n->flags |= 8;
+  ASSERT_EQ(n.m().commit(n.get()), 0u);
+  EXPECT_EQ(n->bkd, nullptr);
+  EXPECT_NE(n->compute_forward, nullptr);
 }
 
 TYPED_TEST(DftRoads, DefaultRoadThroughStridesOffsetsAndDistances) {
   using R = TypeParam;
   AllocWatch watch;
-  struct Shape {
-    i64 L, batch, si, so, oi, oo, di, dout;
-  };
-  const Shape shapes[] = {
+  // length, batch, strides in and out, offsets in and out, distances
+  const Layout shapes[] = {
       {5000, 2, 1, 1, 0, 0, 0, 0},        // beyond the small backend
       {8192, 1, 1, 1, 0, 0, 0, 0},        // a power of two
       {360, 3, 2, 3, 5, 7, 800, 1200},    // strided both sides, spread out
@@ -110,21 +87,12 @@ TYPED_TEST(DftRoads, DefaultRoadThroughStridesOffsetsAndDistances) {
       {4096, 2, 2, 2, 0, 0, 0, 0},        // work area at the stack limit
       {1, 3, 2, 2, 1, 1, 5, 5},           // length 1
   };
-  for (const Shape& s : shapes)
+  for (Layout g : shapes)
     for (bool inplace : {true, false}) {
-      Layout g;
-      g.length = s.L;
-      g.batch = s.batch;
-      g.stride_in = s.si;
-      g.stride_out = s.so;
-      g.offset_in = s.oi;
-      g.offset_out = s.oo;
-      g.dist_in = s.di;
-      g.dist_out = s.dout;
       g.inplace = inplace;
       g.scale_f = 0.25;
       g.scale_b = 3.0;
-      SCOPED_TRACE(::testing::Message() << "L " << s.L << " strides " << s.si << "," << s.so
+      SCOPED_TRACE(::testing::Message() << "L " << g.length << " strides " << g.stride_in << "," << g.stride_out
                                         << (inplace ? " in" : " out"));
       EXPECT_EQ(run_layout<R>(g), nullptr);
     }
@@ -189,10 +157,8 @@ TYPED_TEST(DftRoads, ShortLengthsOnTheDefaultRoad) {
       EXPECT_NE(reinterpret_cast<void*>(n->kernel_bwd_d), straight_line(true, L));
     }
   }
-  Layout u;  // unit strides, a scale the primitive cannot apply
-  u.length = 60;
-  u.scale_f = 0.5;
-  EXPECT_EQ(run_layout<R>(u), nullptr);
+  // Unit strides, a scale the primitive cannot apply.
+  EXPECT_EQ(run_layout<R>(Layout{.length = 60, .scale_f = 0.5}), nullptr);
 }
 
 // Committing again, or after a change that moves the node to the other
@@ -200,9 +166,7 @@ TYPED_TEST(DftRoads, ShortLengthsOnTheDefaultRoad) {
 TYPED_TEST(DftRoads, RecommitReplacesThePlan) {
   using R = TypeParam;
   AllocWatch watch;
-  Layout g;
-  g.length = 100;
-  g.batch = 2;
+  const Layout g{.length = 100, .batch = 2};
   Node n;
   ASSERT_EQ(make_node<R>(n, g), 0u);
   EXPECT_EQ(n->bkd, small<R>());
@@ -215,11 +179,7 @@ TYPED_TEST(DftRoads, RecommitReplacesThePlan) {
   ASSERT_EQ(n.m().setScale(n.get(), 4, 1.0), 0u);
   ASSERT_EQ(n.m().commit(n.get()), 0u);
   EXPECT_EQ(n->bkd, small<R>());
-  g.scale_f = 1.0;
-  Data<R> in(g.span_in(), false, 5), none(0, false, 6);
-  const Data<R> before = in;
-  ASSERT_EQ(compute<R>(n.get(), false, in, none, g), 0u);
-  check<R>(g, false, before, in, before);
+  expect_right<R>(n.get(), g, false);
 }
 
 }  // namespace

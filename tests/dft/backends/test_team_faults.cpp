@@ -7,46 +7,18 @@
 namespace qor::test::backends {
 namespace {
 
-class HeapFamily : public ::testing::Environment {
-  void SetUp() override { api().mem_methods_init(nullptr); }
-};
-const auto* const g_heap = ::testing::AddGlobalTestEnvironment(new HeapFamily);
-
 template <class R> class DftTeams : public ::testing::Test {};
-using Precisions = ::testing::Types<double, float>;
 TYPED_TEST_SUITE(DftTeams, Precisions);
-
-// Runs the layout with the given thread limit; the output, and the
-// threads the commit granted.
-template <class R> Data<R> run_with(Layout g, int limit, bool inverse, std::int32_t* threads) {
-  g.thread_limit = limit;
-  Node n;
-  EXPECT_EQ(make_node<R>(n, g), 0u);
-  *threads = n->threads;
-  Data<R> in(g.span_in(), g.split, 11);
-  Data<R> out(g.inplace ? 0 : g.span_out(), g.split, 12);
-  EXPECT_EQ(compute<R>(n.get(), inverse, in, out, g), 0u);
-  return g.inplace ? in : out;
-}
 
 TYPED_TEST(DftTeams, OneAndTwoThreadsGiveTheSameBits) {
   using R = TypeParam;
   if (qor_get_max_threads() < 2) GTEST_SKIP() << "one thread only";
   AllocWatch watch;
-  Layout small;  // enough data for a team on the small road
-  small.length = 256;
-  small.batch = 67;
-  Layout strided;
-  strided.length = 300;
-  strided.batch = 7;
-  strided.stride_in = strided.stride_out = 2;
-  strided.offset_in = strided.offset_out = 1;
+  const Layout small{.length = 256, .batch = 67};  // enough data for a team on the small road
+  const Layout strided{.length = 300, .batch = 7, .stride_in = 2, .stride_out = 2, .offset_in = 1, .offset_out = 1};
   Layout split = strided;
   split.split = true;
-  Layout big;  // members' buffers beyond the stack area
-  big.length = 4096;
-  big.batch = 3;
-  big.scale_f = 0.5;
+  const Layout big{.length = 4096, .batch = 3, .scale_f = 0.5};  // members' buffers beyond the stack area
   for (Layout g : {small, strided, split, big})
     for (bool inplace : {true, false})
       for (bool inverse : {false, true}) {
@@ -54,8 +26,8 @@ TYPED_TEST(DftTeams, OneAndTwoThreadsGiveTheSameBits) {
         SCOPED_TRACE(::testing::Message() << "L " << g.length << (g.split ? " split" : "")
                                           << (inplace ? " in" : " out") << (inverse ? " backward" : " forward"));
         std::int32_t one = 0, two = 0;
-        const Data<R> a = run_with<R>(g, 1, inverse, &one);
-        const Data<R> b = run_with<R>(g, 2, inverse, &two);
+        const Data<R> a = run_with<R>(g, 1, inverse, [&](dfxi_node* p) { one = p->threads; });
+        const Data<R> b = run_with<R>(g, 2, inverse, [&](dfxi_node* p) { two = p->threads; });
         EXPECT_EQ(one, 1);
         EXPECT_EQ(two, 2);
         EXPECT_TRUE(a == b);
@@ -67,104 +39,49 @@ TYPED_TEST(DftTeams, OneAndTwoThreadsGiveTheSameBits) {
 TYPED_TEST(DftTeams, SmallBatchesStayOnOneThread) {
   using R = TypeParam;
   AllocWatch watch;
-  Layout tiny;
-  tiny.length = 16;
-  tiny.batch = 4;
-  tiny.thread_limit = 2;
   Node n;
-  ASSERT_EQ(make_node<R>(n, tiny), 0u);
+  ASSERT_EQ(make_node<R>(n, Layout{.length = 16, .batch = 4, .thread_limit = 2}), 0u);
   EXPECT_EQ(n->bkd, small_backend(sizeof(R) == 8));
   EXPECT_EQ(n->threads, 1);
-  Layout one;
-  one.length = 4096;
-  one.scale_f = 2.0;
-  one.thread_limit = 2;
   Node m;
-  ASSERT_EQ(make_node<R>(m, one), 0u);
+  ASSERT_EQ(make_node<R>(m, Layout{.length = 4096, .scale_f = 2.0, .thread_limit = 2}), 0u);
   EXPECT_EQ(m->bkd, nullptr);
   EXPECT_EQ(m->threads, 1);
 }
 
-// Runs `attempt` with the k-th allocation and all later ones refused, for
-// every k until it succeeds.
-template <class F> int fail_each_request(F attempt) {
-  int failures = 0;
-  for (std::int64_t k = 0; k < 200; ++k) {
-    AllocWatch watch;
-    qor_fault_fail_after(QOR_POOL_BOTH, k);
-    const bool done = attempt(k);
-    qor_fault_reset();
-    if (done) return failures;
-    ++failures;
-  }
-  ADD_FAILURE() << "never succeeded";
-  return failures;
-}
-
 TYPED_TEST(DftTeams, AllocationFailureGivesStatusOneAndLeavesTheData) {
   using R = TypeParam;
-  Layout small;
-  small.length = 2048;
-  small.batch = 9;
-  small.thread_limit = 2;
-  Layout wide = small;  // default road, members' buffers on the heap
-  wide.scale_f = 0.5;
-  wide.length = 4096;
-  wide.batch = 3;
-  Layout strided;
-  strided.length = 360;
-  strided.batch = 3;
-  strided.stride_in = strided.stride_out = 3;
-  strided.thread_limit = 2;
+  const Layout small{.length = 2048, .batch = 9, .thread_limit = 2};
+  // Default road, members' buffers on the heap; and its split form.
+  const Layout wide{.length = 4096, .batch = 3, .scale_f = 0.5, .thread_limit = 2};
   Layout split = wide;
   split.split = true;
+  const Layout strided{.length = 360, .batch = 3, .stride_in = 3, .stride_out = 3, .thread_limit = 2};
   for (Layout g : {small, wide, strided, split})
     for (bool inplace : {true, false}) {
       g.inplace = inplace;
       SCOPED_TRACE(::testing::Message() << "L " << g.length << (g.split ? " split" : "") << (inplace ? " in" : " out"));
-      const int failures = fail_each_request([&](std::int64_t k) {
-        Node n;
-        dfxi_node* p = nullptr;
-        // The node itself is made before the faults begin.
-        qor_fault_reset();
-        const bool dbl = sizeof(R) == 8;
+      const int failures = dft::fail_each_request([&](std::int64_t k) {
+        qor_fault_reset();  // the node is made before the faults begin
         Data<R> in(g.span_in(), g.split, 21);
         Data<R> out(g.inplace ? 0 : g.span_out(), g.split, 22);
         const Data<R> in_before = in, out_before = out;
-        {
-          EXPECT_EQ(dbl ? api().create_dc1d(&p, g.length, nullptr) : api().create_sc1d(&p, g.length, nullptr), 0u);
-          n.reset(p);
-        }
-        qor_dft_bless_node_thr(p);
-        p->bkdown_list = road_list(dbl);
-        if (!g.inplace) p->placement = 44;
-        if (g.split) p->complex_storage = 42;
-        const i64 strides_in[2] = {g.offset_in, g.stride_in}, strides_out[2] = {g.offset_out, g.stride_out};
-        n.m().setInputStrides(p, strides_in);
-        if (!g.inplace) n.m().setOutputStrides(p, strides_out);
-        n.m().setNumberOfTransforms(p, g.batch);
-        n.m().setInputDistance(p, g.din());
-        n.m().setOutputDistance(p, g.dout());
-        n.m().setScale(p, 4, g.scale_f);
-        n.m().setThreadLimit(p, g.thread_limit);
-        qor_fault_fail_after(QOR_POOL_BOTH, k);
-        const std::uint32_t committed = n.m().commit(p);
+        Node n;
+        const std::uint32_t committed = make_node<R>(n, g, k);
         if (committed != 0) {
           EXPECT_EQ(committed, 1u) << k;
-          EXPECT_EQ(p->compute_forward, nullptr) << k;
-          return false;
+          EXPECT_EQ(n->compute_forward, nullptr) << k;
+          return;
         }
-        const std::uint32_t st = compute<R>(p, false, in, out, g);
+        const std::uint32_t st = compute<R>(n.get(), false, in, out, g);
         if (st != 0) {
           EXPECT_EQ(st, 1u) << k;
           EXPECT_TRUE(in == in_before) << k;
           EXPECT_TRUE(out == out_before) << k;
-          return false;
+          return;
         }
-        qor_fault_reset();
         if (g.inplace) check<R>(g, false, in_before, in, in_before);
         else check<R>(g, false, in_before, out, out_before);
-        return true;
       });
       EXPECT_GE(failures, 1);
     }
@@ -178,20 +95,7 @@ TYPED_TEST(DftTeams, DefaultRoadDeclinesWhatBluesteinShouldTake) {
   constexpr bool dbl = sizeof(R) == 8;
   AllocWatch watch;
   auto plan = [](i64 L, i64 stride, bool split, std::int64_t* log2) {
-    Node n;
-    dfxi_node* p = nullptr;
-    EXPECT_EQ(dbl ? api().create_dc1d(&p, L, nullptr) : api().create_sc1d(&p, L, nullptr), 0u);
-    n.reset(p);
-    qor_dft_bless_node_thr(p);
-    p->bkdown_list = nullptr;  // commit only derives the geometry
-    if (split) p->complex_storage = 42;
-    const i64 s[2] = {0, stride};
-    n.m().setInputStrides(p, s);
-    EXPECT_EQ(n.m().commit(p), 0u);
-    const std::uint32_t st = dbl ? qor_dft_threaded_mode_definition_d_c2c_1d(p, 0)
-                                 : qor_dft_threaded_mode_definition_s_c2c_1d(p, 0);
-    if (log2 != nullptr) *log2 = p->length_log2;
-    return st;
+    return thread_plan<R>(Layout{.length = L, .stride_in = stride, .split = split}, false, nullptr, log2);
   };
   for (int e = 0; e <= 30; ++e) {
     std::int64_t log2 = -1;

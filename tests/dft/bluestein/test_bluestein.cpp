@@ -14,22 +14,15 @@ namespace {
 
 using namespace qor::test::backends;
 
-class HeapFamily : public ::testing::Environment {
-  void SetUp() override { api().mem_methods_init(nullptr); }
-};
-const auto* const g_heap = ::testing::AddGlobalTestEnvironment(new HeapFamily);
-
 template <class R> class DftBluestein : public ::testing::Test {};
-using Precisions = ::testing::Types<double, float>;
 TYPED_TEST_SUITE(DftBluestein, Precisions);
 
 // The Bluestein objects of the loaded kernel library.
 const dfxi_backend* object(bool dbl, bool strided) {
-  static void* const h = qor_member_load() == 0 ? dlopen(qor_member_path(), RTLD_NOW | RTLD_LOCAL) : nullptr;
-  const char* name = strided ? (dbl ? "qor_dft_def_bkd_c2c_1d_bluestein_strided_d"
-                                    : "qor_dft_def_bkd_c2c_1d_bluestein_strided_s")
-                             : (dbl ? "qor_dft_def_bkd_c2c_1d_bluestein_d" : "qor_dft_def_bkd_c2c_1d_bluestein_s");
-  return static_cast<const dfxi_backend*>(h != nullptr ? dlsym(h, name) : nullptr);
+  return member_symbol<const dfxi_backend>(strided ? (dbl ? "qor_dft_def_bkd_c2c_1d_bluestein_strided_d"
+                                                          : "qor_dft_def_bkd_c2c_1d_bluestein_strided_s")
+                                                   : (dbl ? "qor_dft_def_bkd_c2c_1d_bluestein_d"
+                                                          : "qor_dft_def_bkd_c2c_1d_bluestein_s"));
 }
 template <class R> const dfxi_backend* plain() { return object(sizeof(R) == 8, false); }
 template <class R> const dfxi_backend* strided() { return object(sizeof(R) == 8, true); }
@@ -44,38 +37,18 @@ template <class R> const dfxi_backend* const* bluestein_only() {
   return list;
 }
 
-// Describes the node as the layout says, then commits it on `list`, or on
-// the list the kernel library gives a node of its class when `list` is
-// null. (make_node's own commit, on the test road, is replaced.)
-template <class R> std::uint32_t commit_on(Node& n, const Layout& g, const dfxi_backend* const* list) {
-  make_node<R>(n, g);
-  if (n.get() == nullptr) return 1;
-  if (list != nullptr) n->bkdown_list = list;
-  else EXPECT_EQ(sizeof(R) == 8 ? api().set_bkdlist_dc1d(n.get()) : api().set_bkdlist_sc1d(n.get()), 0u);
-  return n.m().commit(n.get());
+// The layout offered `list`, or the list the kernel library gives a node
+// of its class when `list` is null.
+Layout on(Layout g, const dfxi_backend* const* list) {
+  g.list = list;
+  g.library_list = list == nullptr;
+  return g;
 }
-
-// Commits on `list`, checks both directions against the long double DFT
-// (and that nothing outside the transforms changes), and returns the
-// backend that took the node.
-template <class R>
-const dfxi_backend* run_on(const Layout& g, const dfxi_backend* const* list, std::uint64_t seed = 1) {
-  Node n;
-  EXPECT_EQ(commit_on<R>(n, g, list), 0u);
-  if (n.get() == nullptr || n->compute_forward == nullptr) return nullptr;
-  for (bool inverse : {false, true}) {
-    Data<R> in(g.span_in(), false, seed + inverse);
-    Data<R> out(g.inplace ? 0 : g.span_out(), false, seed + 7);
-    const Data<R> in_before = in, out_before = out;
-    EXPECT_EQ(compute<R>(n.get(), inverse, in, out, g), 0u);
-    if (g.inplace) {
-      check<R>(g, inverse, in_before, in, in_before);
-    } else {
-      check<R>(g, inverse, in_before, out, out_before);
-      EXPECT_TRUE(in == in_before) << "the input of an out-of-place transform changed";
-    }
-  }
-  return n->bkd;
+template <class R> std::uint32_t commit_on(Node& n, const Layout& g, const dfxi_backend* const* list) {
+  return make_node<R>(n, on(g, list));
+}
+template <class R> const dfxi_backend* run_on(const Layout& g, const dfxi_backend* const* list) {
+  return run_layout<R>(on(g, list));
 }
 
 // The length of the circular convolution: the smallest power of two that
@@ -96,12 +69,10 @@ template <class R> double bound(i64 L) {
 
 // Commits the geometry alone (no plan, no backend list), so that a
 // backend can be offered the node directly.
-template <class R> void describe(Node& n, const Layout& g, bool split = false) {
-  make_node<R>(n, g);
-  ASSERT_NE(n.get(), nullptr);
-  n->uncommit(n.get());
+template <class R> void describe(Node& n, Layout g, bool split = false) {
+  g.split = split;
+  ASSERT_EQ(describe_node<R>(n, g), 0u);
   n->bkdown_list = nullptr;
-  if (split) n->complex_storage = 42;
   ASSERT_EQ(n.m().commit(n.get()), 0u);
 }
 
@@ -179,10 +150,7 @@ TYPED_TEST(DftBluestein, MatchesTheLongDoubleDft) {
   AllocWatch watch;
   for (i64 L : {3, 5, 6, 7, 12, 97, 100, 1009, 4097})
     for (bool inplace : {true, false}) {
-      Layout g;
-      g.length = L;
-      g.batch = 2;
-      g.inplace = inplace;
+      const Layout g{.length = L, .batch = 2, .inplace = inplace};
       Node n;
       ASSERT_EQ(commit_on<R>(n, g, bluestein_only<R>()), 0u);
       ASSERT_EQ(n->bkd, plain<R>());
@@ -190,31 +158,9 @@ TYPED_TEST(DftBluestein, MatchesTheLongDoubleDft) {
       ASSERT_TRUE(d != nullptr && d->nested != nullptr);
       EXPECT_EQ(d->padded, L == 3 ? 8 : convolution_length(L));
       EXPECT_EQ(d->nested->length, d->padded);
-      for (bool inverse : {false, true}) {
-        Data<R> in(g.span_in(), false, static_cast<std::uint64_t>(L) + inverse);
-        Data<R> out(inplace ? 0 : g.span_out(), false, 9);
-        const Data<R> before = in;
-        ASSERT_EQ(compute<R>(n.get(), inverse, in, out, g), 0u);
-        const Data<R>& result = inplace ? in : out;
-        double worst = 0;
-        for (i64 t = 0; t < g.batch; ++t) {
-          dft::RefVec x(2 * L);
-          for (i64 j = 0; j < L; ++j) {
-            x[2 * j] = before.re(false, t * L + j);
-            x[2 * j + 1] = before.im(false, t * L + j);
-          }
-          const dft::RefVec y = dft::reference_dft(x, inverse);
-          LD num = 0, den = 0;
-          for (i64 k = 0; k < L; ++k) {
-            const LD dr = result.re(false, t * L + k) - y[2 * k], di = result.im(false, t * L + k) - y[2 * k + 1];
-            num += dr * dr + di * di;
-            den += y[2 * k] * y[2 * k] + y[2 * k + 1] * y[2 * k + 1];
-          }
-          worst = std::max(worst, static_cast<double>(sqrtl(num / den)));
-        }
-        EXPECT_LE(worst, bound<R>(L)) << "L " << L << (inverse ? " backward" : " forward")
-                                      << (inplace ? " in" : " out");
-      }
+      SCOPED_TRACE(::testing::Message() << "L " << L << (inplace ? " in" : " out"));
+      for (bool inverse : {false, true})
+        expect_right<R>(n.get(), g, inverse, static_cast<std::uint64_t>(L), bound<R>(L));
     }
 }
 
@@ -271,11 +217,8 @@ TYPED_TEST(DftBluestein, BackwardIsTheConjugateOfForwardOfTheConjugate) {
 TYPED_TEST(DftBluestein, BatchesThroughStridesOffsetsDistancesAndScales) {
   using R = TypeParam;
   AllocWatch watch;
-  struct Shape {
-    i64 L, batch, si, so, oi, oo, di, dout;
-    bool inplace;
-  };
-  const Shape shapes[] = {
+  // length, batch, strides in and out, offsets in and out, distances, in place
+  const Layout shapes[] = {
       {97, 3, 1, 1, 0, 0, 100, 120, false},      // plain, spread out
       {97, 3, 1, 1, 0, 0, 101, 0, true},         // plain, in place
       {7, 3, 2, 2, 1, 1, 20, 20, true},          // strided in place with an offset
@@ -283,26 +226,17 @@ TYPED_TEST(DftBluestein, BatchesThroughStridesOffsetsDistancesAndScales) {
       {97, 2, 1, 1, 3, 0, 100, 97, false},       // an offset only
       {1009, 2, 2, 1, 0, 2, 2100, 1011, false},  // strided input only
   };
-  for (const Shape& s : shapes) {
-    const double inv = 1.0 / static_cast<double>(s.L), root = std::sqrt(inv);
+  for (const Layout& s : shapes) {
+    const double inv = 1.0 / static_cast<double>(s.length), root = std::sqrt(inv);
     const std::pair<double, double> scales[] = {{1.0, 1.0}, {inv, 1.0}, {1.0, inv}, {root, root}, {0.25, 3.0}};
     for (auto [f, b] : scales) {
-      Layout g;
-      g.length = s.L;
-      g.batch = s.batch;
-      g.stride_in = s.si;
-      g.stride_out = s.so;
-      g.offset_in = s.oi;
-      g.offset_out = s.oo;
-      g.dist_in = s.di;
-      g.dist_out = s.dout;
-      g.inplace = s.inplace;
+      Layout g = s;
       g.scale_f = f;
       g.scale_b = b;
-      const bool unit = s.si == 1 && s.so == 1 && s.oi == 0 && s.oo == 0;
-      SCOPED_TRACE(::testing::Message() << "L " << s.L << " strides " << s.si << "," << s.so << " offsets " << s.oi
-                                        << "," << s.oo << (s.inplace ? " in" : " out") << " scales " << f << ", "
-                                        << b);
+      const bool unit = g.stride_in == 1 && g.sout() == 1 && g.offset_in == 0 && g.oout() == 0;
+      SCOPED_TRACE(::testing::Message() << "L " << g.length << " strides " << g.stride_in << "," << g.stride_out
+                                        << " offsets " << g.offset_in << "," << g.offset_out
+                                        << (g.inplace ? " in" : " out") << " scales " << f << ", " << b);
       EXPECT_EQ(run_on<R>(g, bluestein_only<R>()), unit ? plain<R>() : strided<R>());
     }
   }
@@ -319,17 +253,8 @@ std::uint32_t counting_team(int limit, int threads, dfxi_task_fn task, void* con
   return g_run_team(limit, threads, task, context);
 }
 
-template <class R> Data<R> run_with(Layout g, int limit, bool inverse, const dfxi_backend* const* list) {
-  g.thread_limit = limit;
-  Node n;
-  EXPECT_EQ(commit_on<R>(n, g, list), 0u);
-  // Blessing a node fills the table anew, so the count goes in after commit.
-  n->qorapi->run_team = counting_team;
-  Data<R> in(g.span_in(), false, 41);
-  Data<R> out(g.inplace ? 0 : g.span_out(), false, 42);
-  EXPECT_EQ(compute<R>(n.get(), inverse, in, out, g), 0u);
-  return g.inplace ? in : out;
-}
+// Blessing a node fills the table anew, so the count goes in after commit.
+void count_teams(dfxi_node* p) { p->qorapi->run_team = counting_team; }
 
 TYPED_TEST(DftBluestein, OneAndTwoThreadsGiveTheSameBits) {
   using R = TypeParam;
@@ -341,24 +266,17 @@ TYPED_TEST(DftBluestein, OneAndTwoThreadsGiveTheSameBits) {
   g_run_team = slots->run_team;
   ASSERT_NE(g_run_team, nullptr);
 
-  Layout contiguous;
-  contiguous.length = 1009;
-  contiguous.batch = 2;
-  contiguous.inplace = false;
-  Layout spaced;
-  spaced.length = 4099;
-  spaced.stride_in = 3;
-  Layout small;
-  small.length = 3;
-  small.stride_in = 2;
+  const Layout contiguous{.length = 1009, .batch = 2, .inplace = false};
+  const Layout spaced{.length = 4099, .stride_in = 3};
+  const Layout small{.length = 3, .stride_in = 2};
   for (const Layout& g : {contiguous, spaced, small})
     for (bool inverse : {false, true}) {
       SCOPED_TRACE(::testing::Message() << "L " << g.length << (inverse ? " backward" : " forward"));
-      const auto* list = g.stride_in == 1 ? bluestein_only<R>() : nullptr;
+      const Layout offered = on(g, g.stride_in == 1 ? bluestein_only<R>() : nullptr);
       g_team_runs = 0;
-      const Data<R> one = run_with<R>(g, 1, inverse, list);
+      const Data<R> one = run_with<R>(offered, 1, inverse, count_teams);
       EXPECT_EQ(g_team_runs, 0);
-      const Data<R> two = run_with<R>(g, 2, inverse, list);
+      const Data<R> two = run_with<R>(offered, 2, inverse, count_teams);
       EXPECT_GT(g_team_runs, 0);
       EXPECT_TRUE(one == two);
     }
@@ -392,57 +310,42 @@ TEST(DftBluesteinShare, EachElementOnce) {
 // changed, nothing leaked; until the first k with which everything works.
 TYPED_TEST(DftBluestein, AllocationFailureLeavesEverythingAsItWas) {
   using R = TypeParam;
-  Layout contiguous;  // the nested transform needs a work buffer off the stack
-  contiguous.length = 1009;
-  contiguous.batch = 3;
-  Layout spaced;
-  spaced.length = 7;
-  spaced.batch = 2;
-  spaced.stride_in = spaced.stride_out = 2;
-  spaced.thread_limit = 2;
+  // The nested transform of the first needs a work buffer off the stack.
+  const Layout contiguous{.length = 1009, .batch = 3};
+  const Layout spaced{.length = 7, .batch = 2, .stride_in = 2, .stride_out = 2, .thread_limit = 2};
   for (Layout g : {contiguous, spaced})
     for (bool inplace : {true, false}) {
       g.inplace = inplace;
       SCOPED_TRACE(::testing::Message() << "L " << g.length << (inplace ? " in" : " out"));
-      const auto* list = g.stride_in == 1 ? bluestein_only<R>() : nullptr;
+      const Layout offered = on(g, g.stride_in == 1 ? bluestein_only<R>() : nullptr);
       int commit_failures = 0, compute_failures = 0;
-      bool done = false;
-      for (std::int64_t k = 0; k < 200 && !done; ++k) {
-        AllocWatch watch;
+      dft::fail_each_request([&](std::int64_t k) {
+        qor_fault_reset();  // described and planned before the faults begin
         Node n;
-        make_node<R>(n, g);  // described and planned before the faults begin
-        ASSERT_NE(n.get(), nullptr);
-        if (list != nullptr) n->bkdown_list = list;
-        else if (sizeof(R) == 8) api().set_bkdlist_dc1d(n.get());
-        else api().set_bkdlist_sc1d(n.get());
+        ASSERT_EQ(make_node<R>(n, offered), 0u);
         Data<R> in(g.span_in(), false, 51);
         Data<R> out(inplace ? 0 : g.span_out(), false, 52);
-        qor_fault_fail_after(QOR_POOL_BOTH, k);
+        dft::refuse_from(k);
         const std::uint32_t committed = n.m().commit(n.get());
         if (committed != 0) {
-          qor_fault_reset();
           EXPECT_EQ(committed, 1u) << k;
           EXPECT_EQ(n->compute_forward, nullptr) << k;
           EXPECT_EQ(n->bkd_data, nullptr) << k;
           ++commit_failures;
-          continue;
+          return;
         }
-        std::uint32_t st = 0;
         for (bool inverse : {false, true}) {
           const Data<R> in_now = in, out_now = out;
-          st = compute<R>(n.get(), inverse, in, out, g);
+          const std::uint32_t st = compute<R>(n.get(), inverse, in, out, g);
           if (st != 0) {
             EXPECT_EQ(st, 1u) << k;
             EXPECT_TRUE(in == in_now) << k;
             EXPECT_TRUE(out == out_now) << k;
-            break;
+            ++compute_failures;
+            return;
           }
         }
-        qor_fault_reset();
-        if (st != 0) ++compute_failures;
-        else done = true;
-      }
-      EXPECT_TRUE(done) << "never succeeded";
+      });
       EXPECT_GE(commit_failures, 1);
       EXPECT_GE(compute_failures, 1);
     }
@@ -453,11 +356,8 @@ TYPED_TEST(DftBluestein, AllocationFailureLeavesEverythingAsItWas) {
 TYPED_TEST(DftBluestein, RecommitReplacesThePlan) {
   using R = TypeParam;
   AllocWatch watch;
-  Layout g;
-  g.length = 7;
-  g.stride_in = 2;
   Node n;
-  ASSERT_EQ(commit_on<R>(n, g, bluestein_only<R>()), 0u);
+  ASSERT_EQ(commit_on<R>(n, Layout{.length = 7, .stride_in = 2}, bluestein_only<R>()), 0u);
   EXPECT_EQ(n->bkd, strided<R>());
   ASSERT_EQ(n.m().commit(n.get()), 0u);
   EXPECT_EQ(n->bkd, strided<R>());
@@ -468,13 +368,7 @@ TYPED_TEST(DftBluestein, RecommitReplacesThePlan) {
   ASSERT_EQ(n.m().setScale(n.get(), 4, 0.5), 0u);
   ASSERT_EQ(n.m().commit(n.get()), 0u);
   EXPECT_EQ(n->bkd, plain<R>());
-  Layout u;
-  u.length = 7;
-  u.scale_f = 0.5;
-  Data<R> in(u.span_in(), false, 61), none(0, false, 0);
-  const Data<R> before = in;
-  ASSERT_EQ(compute<R>(n.get(), false, in, none, u), 0u);
-  check<R>(u, false, before, in, before);
+  expect_right<R>(n.get(), Layout{.length = 7, .scale_f = 0.5}, false);
 }
 
 }  // namespace

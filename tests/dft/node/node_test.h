@@ -84,6 +84,12 @@ inline dfxi_node* make(std::int32_t precision, std::int32_t domain, std::vector<
   return p;
 }
 
+// Calls one of the node's array setters with the given words; it must
+// accept them.
+inline void set(const Node& n, std::uint32_t (*method)(dfxi_node*, const std::int64_t*), std::vector<std::int64_t> v) {
+  ASSERT_EQ(method(n.get(), v.data()), 0u);
+}
+
 // A fake backend: declines, takes the node, or fails with a chosen status,
 // and counts its calls. It takes a node the way a real backend does: it
 // lets a previous owner go, then stores itself, the entries and the status.

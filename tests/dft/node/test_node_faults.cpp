@@ -1,61 +1,42 @@
 // Failing allocations at every point of creation, copy and commit, and a
 // seeded stream of method calls with bad values.
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <random>
 
+#include "dft/fault_util.h"
 #include "dft/node/node_test.h"
 
 namespace qor::test::node {
 namespace {
 
-// Runs `attempt` with the k-th request and all later ones refused, for
-// every k until it succeeds; each failure must give 1, leave the output
-// alone and give back what it took. Returns the number of failures seen.
-template <class F> int fail_each_request(F attempt) {
-  int failures = 0;
-  for (std::int64_t k = 0; k < 100; ++k) {
-    AllocWatch watch;
-    qor_fault_fail_after(QOR_POOL_BOTH, k);
-    const bool done = attempt(k);
-    qor_fault_reset();
-    if (done) return failures;
-    ++failures;
-  }
-  ADD_FAILURE() << "never succeeded";
-  return failures;
-}
+using dft::fail_each_request;
 
+// The node and its io-tensors are separate requests, so every creator
+// fails at least twice before it succeeds.
 TEST(DftNodeFaults, CreationFailsCleanly) {
   dfxi_node sentinel_storage;
   dfxi_node* const sentinel = &sentinel_storage;
   const std::int64_t lengths[3] = {4, 6, 8};
-  const int failures = fail_each_request([&](std::int64_t k) {
-    dfxi_node* out = sentinel;
-    const std::uint32_t st = api().create_node(&out, 36, 32, 3, lengths, nullptr);
-    if (st == 0) {
-      EXPECT_NE(out, sentinel);
-      out->methods->destroy(out);
-      return true;
-    }
-    EXPECT_EQ(st, 1u) << k;
-    EXPECT_EQ(out, sentinel) << k;
-    return false;
-  });
-  EXPECT_GE(failures, 2);  // the node and its io-tensors are separate requests
-
-  const int failures_1d = fail_each_request([&](std::int64_t) {
-    dfxi_node* out = sentinel;
-    const std::uint32_t st = api().create_sc1d(&out, 100, nullptr);
-    if (st == 0) {
-      out->methods->destroy(out);
-      return true;
-    }
-    EXPECT_EQ(st, 1u);
-    EXPECT_EQ(out, sentinel);
-    return false;
-  });
-  EXPECT_GE(failures_1d, 2);
+  const std::function<std::uint32_t(dfxi_node**)> creators[] = {
+      [&](dfxi_node** out) { return api().create_node(out, 36, 32, 3, lengths, nullptr); },
+      [](dfxi_node** out) { return api().create_sc1d(out, 100, nullptr); },
+  };
+  for (const auto& create : creators) {
+    const int failures = fail_each_request([&](std::int64_t k) {
+      dfxi_node* out = sentinel;
+      const std::uint32_t st = create(&out);
+      if (st == 0) {
+        EXPECT_NE(out, sentinel);
+        out->methods->destroy(out);
+        return;
+      }
+      EXPECT_EQ(st, 1u) << k;
+      EXPECT_EQ(out, sentinel) << k;
+    });
+    EXPECT_GE(failures, 2);
+  }
 }
 
 TEST(DftNodeFaults, CopyFailsCleanly) {
@@ -67,16 +48,15 @@ TEST(DftNodeFaults, CopyFailsCleanly) {
   ASSERT_EQ(n.m().commit(n.get()), 0u);
   dfxi_node sentinel_storage;
   dfxi_node* const sentinel = &sentinel_storage;
-  const int failures = fail_each_request([&](std::int64_t) {
+  const int failures = fail_each_request([&](std::int64_t k) {
     dfxi_node* out = sentinel;
     const std::uint32_t st = n.m().copy_node(n.get(), &out);
     if (st == 0) {
       out->methods->destroy(out);
-      return true;
+      return;
     }
-    EXPECT_EQ(st, 1u);
-    EXPECT_EQ(out, sentinel);
-    return false;
+    EXPECT_EQ(st, 1u) << k;
+    EXPECT_EQ(out, sentinel) << k;
   });
   EXPECT_GE(failures, 2);
   // The original is untouched and still committed.

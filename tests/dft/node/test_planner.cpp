@@ -26,10 +26,6 @@ struct Probe {
   }
 };
 
-void set(const Node& n, std::uint32_t (*method)(dfxi_node*, const std::int64_t*), std::vector<std::int64_t> v) {
-  ASSERT_EQ(method(n.get(), v.data()), 0u);
-}
-
 TEST(DftPlanner, ForwardAndBackwardStridesComeAsAPair) {
   AllocWatch watch;
   // Out of place: in place the complex domain copies the forward word over

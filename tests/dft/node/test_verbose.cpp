@@ -35,10 +35,6 @@ std::string tail(const Node& n) {
   return buf;
 }
 
-void set(const Node& n, std::uint32_t (*method)(dfxi_node*, const std::int64_t*), std::vector<std::int64_t> v) {
-  ASSERT_EQ(method(n.get(), v.data()), 0u);
-}
-
 TEST(DftVerbose, PlainGeometries) {
   AllocWatch watch;
   Verbose v;

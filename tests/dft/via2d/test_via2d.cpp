@@ -17,56 +17,23 @@
 namespace qor::test::backends {
 namespace {
 
-class HeapFamily : public ::testing::Environment {
-  void SetUp() override { api().mem_methods_init(nullptr); }
-};
-const auto* const g_heap = ::testing::AddGlobalTestEnvironment(new HeapFamily);
-
 template <class R> class DftVia2d : public ::testing::Test {};
-using Precisions = ::testing::Types<double, float>;
 TYPED_TEST_SUITE(DftVia2d, Precisions);
 
-constexpr std::int32_t kAvoid = 52;  // workspace: avoid
-
-// An exported name of the loaded kernel library.
-template <class F> F* member(const char* name) {
-  static void* const h = qor_member_load() == 0 ? dlopen(qor_member_path(), RTLD_NOW | RTLD_LOCAL) : nullptr;
-  return h != nullptr ? reinterpret_cast<F*>(dlsym(h, name)) : nullptr;
-}
 template <class R> auto* init_fn() {
-  return member<qor::dfxi::via2d_init_fn>(sizeof(R) == 8 ? "qor_dft_def_xz_init_data_1d_via_2d"
-                                                         : "qor_dft_def_xc_init_data_1d_via_2d");
+  return member_symbol<qor::dfxi::via2d_init_fn>(sizeof(R) == 8 ? "qor_dft_def_xz_init_data_1d_via_2d"
+                                                                : "qor_dft_def_xc_init_data_1d_via_2d");
 }
 template <class R> dfxi_kernel_fn one_thread_kernel(bool inverse) {
   const char* name = sizeof(R) == 8 ? (inverse ? "qor_dft_def_xz_1d_via_2d_b" : "qor_dft_def_xz_1d_via_2d_f")
                                     : (inverse ? "qor_dft_def_xc_1d_via_2d_b" : "qor_dft_def_xc_1d_via_2d_f");
-  return member<std::remove_pointer_t<dfxi_kernel_fn>>(name);
+  return member_symbol<std::remove_pointer_t<dfxi_kernel_fn>>(name);
 }
 
-struct Setup {
-  i64 length;
-  bool inplace = true;
-  bool avoid = true;  // workspace 52
-  int thread_limit = 1;
-  double scale_f = 1.0, scale_b = 1.0;
-};
-
-// Creates and describes the node, then commits it; with `fail_after` set,
-// only that many allocations of the commit succeed.
-template <class R> std::uint32_t commit(Node& n, const Setup& g, std::int64_t fail_after = -1) {
-  dfxi_node* p = nullptr;
-  const std::uint32_t st =
-      sizeof(R) == 8 ? api().create_dc1d(&p, g.length, nullptr) : api().create_sc1d(&p, g.length, nullptr);
-  if (st != 0) return st;
-  n.reset(p);
-  qor_dft_bless_node_thr(p);
-  if (!g.inplace) p->placement = 44;
-  if (g.avoid) p->workspace = kAvoid;
-  n.m().setScale(p, 4, g.scale_f);
-  n.m().setScale(p, 5, g.scale_b);
-  n.m().setThreadLimit(p, g.thread_limit);
-  if (fail_after >= 0) qor_fault_fail_after(QOR_POOL_BOTH, fail_after);
-  return n.m().commit(p);
+// One transform of length L; without workspace unless `avoid` is off.
+Layout setup(i64 L, bool inplace = true, bool avoid = true, int limit = 1, double f = 1.0, double b = 1.0) {
+  return Layout{.length = L, .inplace = inplace, .scale_f = f, .scale_b = b, .thread_limit = limit,
+                .avoid_workspace = avoid};
 }
 
 const dfxi_1d_via_2d* plan_of(const Node& n) { return static_cast<const dfxi_1d_via_2d*>(n->data_1d_via_2d); }
@@ -89,7 +56,9 @@ template <class R> std::vector<R> run(const Node& n, bool inverse, const std::ve
                                                        : f(n.get(), a.data(), b.data(), nullptr, nullptr);
   if (status != nullptr) *status = st;
   else EXPECT_EQ(st, 0u);
-  if (!inplace) EXPECT_TRUE(a == x) << "the input of an out-of-place transform changed";
+  if (!inplace) {
+    EXPECT_TRUE(a == x) << "the input of an out-of-place transform changed";
+  }
   return inplace ? a : b;
 }
 
@@ -149,7 +118,7 @@ TYPED_TEST(DftVia2d, FactorChoiceOnWorkedLengths) {
   for (const auto& c : cases) {
     SCOPED_TRACE(::testing::Message() << "L " << c.length);
     Node n;
-    ASSERT_EQ(commit<R>(n, Setup{c.length}), 0u);
+    ASSERT_EQ(make_node<R>(n, setup(c.length)), 0u);
     const dfxi_1d_via_2d* plan = plan_of(n);
     ASSERT_NE(plan, nullptr);
     EXPECT_EQ(plan->n1, c.n1);
@@ -176,7 +145,7 @@ TYPED_TEST(DftVia2d, PrimeLengthStaysOnThePrimitiveRoad) {
   AllocWatch watch;
   Node n;
   const i64 L = 65537;
-  ASSERT_EQ(commit<R>(n, Setup{L}), 0u);
+  ASSERT_EQ(make_node<R>(n, setup(L)), 0u);
   EXPECT_EQ(n->data_1d_via_2d, nullptr);
   EXPECT_NE(sizeof(R) == 8 ? n->spec_c64 : n->spec_c32, nullptr);
   EXPECT_EQ(n->flags & 4, 0);
@@ -198,7 +167,7 @@ TYPED_TEST(DftVia2d, MatchesTheOraclesInAndOutOfPlace) {
     for (bool inplace : {true, false}) {
       SCOPED_TRACE(::testing::Message() << "L " << L << (inplace ? " in" : " out"));
       Node n;
-      ASSERT_EQ(commit<R>(n, Setup{L, inplace}), 0u);
+      ASSERT_EQ(make_node<R>(n, setup(L, inplace)), 0u);
       ASSERT_NE(plan_of(n), nullptr);
       const std::vector<R> x = random_vector<R>(L, L + inplace);
       const std::vector<R> fwd = run<R>(n, false, x, inplace);
@@ -227,7 +196,7 @@ TYPED_TEST(DftVia2d, AppliesTheCommittedScales) {
     for (bool inplace : {true, false}) {
       SCOPED_TRACE(::testing::Message() << (avoid ? "no workspace" : "scratch") << (inplace ? " in" : " out"));
       Node n;
-      ASSERT_EQ(commit<R>(n, Setup{L, inplace, avoid, avoid ? 1 : 2, 0.5, 2.0 / L}), 0u);
+      ASSERT_EQ(make_node<R>(n, setup(L, inplace, avoid, avoid ? 1 : 2, 0.5, 2.0 / L)), 0u);
       ASSERT_NE(plan_of(n), nullptr);
       EXPECT_EQ(plan_of(n)->mode, avoid ? 1 : 0);
       const std::vector<R> x = random_vector<R>(L, 9);
@@ -243,7 +212,7 @@ TYPED_TEST(DftVia2d, TransposingModeOutOfPlace) {
   AllocWatch watch;
   for (i64 L : {i64{1} << 17, i64{100000}}) {
     Node n;
-    ASSERT_EQ(commit<R>(n, Setup{L, false}), 0u);
+    ASSERT_EQ(make_node<R>(n, setup(L, false)), 0u);
     const_cast<dfxi_1d_via_2d*>(plan_of(n))->mode = -1;
     const std::vector<R> x = random_vector<R>(L, 5);
     for (bool inverse : {false, true}) expect_bins<R>(x, run<R>(n, inverse, x, false), inverse, 1.0, L);
@@ -259,7 +228,7 @@ TYPED_TEST(DftVia2d, EqualFactorsShareOneNestedNode) {
   AllocWatch watch;
   for (i64 L : {i64{1} << 16, i64{1} << 17, i64{1} << 18}) {
     Node n;
-    ASSERT_EQ(commit<R>(n, Setup{L}), 0u);
+    ASSERT_EQ(make_node<R>(n, setup(L)), 0u);
     const bool square = plan_of(n)->n1 == plan_of(n)->n2;
     EXPECT_EQ(plan_of(n)->desc1 == plan_of(n)->desc2, square) << L;
     ASSERT_EQ(n.m().commit(n.get()), 0u);
@@ -277,7 +246,7 @@ TYPED_TEST(DftVia2d, EqualFactorsShareOneNestedNode) {
 // plan with its shared scratch (no workspace limit asked) and the threaded
 // entries.
 template <class R> void commit_team(Node& n, i64 L, bool inplace, bool avoid) {
-  ASSERT_EQ(commit<R>(n, Setup{L, inplace, avoid, 2}), 0u);
+  ASSERT_EQ(make_node<R>(n, setup(L, inplace, avoid, 2)), 0u);
   ASSERT_EQ(n->threads, 2);
   ASSERT_NE(plan_of(n), nullptr);
   ASSERT_NE(n->kernel_thr_1d_fwd, nullptr);
@@ -358,7 +327,7 @@ TYPED_TEST(DftVia2d, TeamGivesTheBitsOfOneThread) {
     for (bool inplace : {true, false}) {
       Node many, one;
       commit_team<R>(many, L, inplace, true);
-      ASSERT_EQ(commit<R>(one, Setup{L, inplace}), 0u);
+      ASSERT_EQ(make_node<R>(one, setup(L, inplace)), 0u);
       EXPECT_EQ(one->threads, 1);
       for (bool inverse : {false, true})
         EXPECT_TRUE(run<R>(many, inverse, x, inplace) == run<R>(one, inverse, x, inplace))
@@ -367,32 +336,16 @@ TYPED_TEST(DftVia2d, TeamGivesTheBitsOfOneThread) {
   }
 }
 
-// The thread plan: lengths beyond the primitive's limit that split are no
-// longer left to Bluestein, primes still are; a single long transform may
-// have a team, a short one, a prime or a nested node may not.
+// The thread plan: a single long transform may have a team, a short one,
+// a prime or a nested node may not.
 TYPED_TEST(DftVia2d, ThreadPlanOfLongLengths) {
   using R = TypeParam;
-  constexpr bool dbl = sizeof(R) == 8;
   AllocWatch watch;
   auto plan = [](i64 L, int limit, bool nested, std::int32_t* threads) {
-    Node n;
-    dfxi_node* p = nullptr;
-    EXPECT_EQ(dbl ? api().create_dc1d(&p, L, nullptr) : api().create_sc1d(&p, L, nullptr), 0u);
-    n.reset(p);
-    qor_dft_bless_node_thr(p);
-    p->bkdown_list = nullptr;  // commit only derives the geometry
-    if (nested) p->flags |= 8;
-    n.m().setThreadLimit(p, limit);
-    EXPECT_EQ(n.m().commit(p), 0u);
-    const std::uint32_t st = dbl ? qor_dft_threaded_mode_definition_d_c2c_1d(p, 0)
-                                 : qor_dft_threaded_mode_definition_s_c2c_1d(p, 0);
-    if (threads != nullptr) *threads = p->threads;
-    return st;
+    return thread_plan<R>(Layout{.length = L, .thread_limit = limit}, nested, threads, nullptr);
   };
-  const i64 limit = dbl ? i64{1} << 24 : i64{1} << 25;
-  const i64 prime_beyond = dbl ? 16777259 : 33554467;
-  EXPECT_EQ(plan(limit + 2, 1, false, nullptr), 0u);
-  EXPECT_EQ(plan(prime_beyond, 1, false, nullptr), 100u);
+  // (Which lengths beyond the primitive's limit are planned is checked
+  // with the default road's thread plan in test_team_faults.cpp.)
   std::int32_t threads = 0;
   EXPECT_EQ(plan(i64{1} << 16, 2, false, &threads), 0u);
   EXPECT_EQ(threads, 2);
@@ -408,19 +361,6 @@ TYPED_TEST(DftVia2d, ThreadPlanOfLongLengths) {
 
 // ---- Allocation failure ----------------------------------------------------------
 
-template <class F> int fail_each_request(F attempt) {
-  int failures = 0;
-  for (std::int64_t k = 0; k < 400; ++k) {
-    AllocWatch watch;
-    const bool done = attempt(k);
-    qor_fault_reset();
-    if (done) return failures;
-    ++failures;
-  }
-  ADD_FAILURE() << "never succeeded";
-  return failures;
-}
-
 TYPED_TEST(DftVia2d, AllocationFailureGivesStatusOneAndLeavesTheData) {
   using R = TypeParam;
   const i64 L = i64{1} << 16;
@@ -429,26 +369,25 @@ TYPED_TEST(DftVia2d, AllocationFailureGivesStatusOneAndLeavesTheData) {
       if (team == 1 && qor_get_max_threads() < 2) continue;
       SCOPED_TRACE(::testing::Message() << (team ? "team" : "one thread") << (inplace ? " in" : " out"));
       const std::vector<R> x = random_vector<R>(L, 8);
-      const int failures = fail_each_request([&](std::int64_t k) {
+      const int failures = dft::fail_each_request([&](std::int64_t k) {
+        qor_fault_reset();  // the node is made before the faults begin
         Node n;
-        const std::uint32_t committed = commit<R>(n, Setup{L, inplace, team == 0, team ? 2 : 1}, k);
+        const std::uint32_t committed = make_node<R>(n, setup(L, inplace, team == 0, team ? 2 : 1), k);
         dfxi_node* p = n.get();
         if (committed != 0) {
           EXPECT_EQ(committed, 1u) << k;
           EXPECT_EQ(p->compute_forward, nullptr) << k;
           EXPECT_EQ(p->data_1d_via_2d, nullptr) << k;
-          return false;
+          return;
         }
         std::uint32_t st = 0;
         const std::vector<R> y = run<R>(n, false, x, inplace, &st);
         if (st != 0) {
           EXPECT_EQ(st, 1u) << k;
           EXPECT_TRUE(inplace ? y == x : y == std::vector<R>(x.size(), R(7))) << k;
-          return false;
+          return;
         }
-        qor_fault_reset();
         expect_bins<R>(x, y, false, 1.0, L);
-        return true;
       });
       EXPECT_GE(failures, 2);
     }
