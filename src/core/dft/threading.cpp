@@ -110,9 +110,14 @@ template <class R> status threaded_mode_definition(dfxi_node* node, std::int64_t
   }
   // A team shares out the batch. A single transform gets a team only
   // through the four-step plan, whose columns and rows the team shares
-  // (see commit_c2c_1d); a nested node never does.
+  // (see commit_c2c_1d), and only where that plan is taken anyway: beyond
+  // the primitive's limit, or with workspace avoided. Within the limit the
+  // primitive on one thread is several times faster than the four steps on
+  // two. A nested node never gets a team.
   if (node->ntransforms == 1) {
-    const bool team = four_step && node->threads > 1 && (node->flags & dfxi::kFlagNested) == 0;
+    const bool needs_four_step =
+        L > dfxi::primitive_limit(sizeof(R) == 8, L) || node->workspace == dfxi::kWorkspaceAvoid;
+    const bool team = four_step && needs_four_step && node->threads > 1 && (node->flags & dfxi::kFlagNested) == 0;
     node->threads = team ? node->threads : 1;
     return dfxi::kOk;
   }

@@ -184,26 +184,56 @@ TYPED_TEST(DftVia2d, MatchesTheOraclesInAndOutOfPlace) {
     }
 }
 
+// A plan with the shared scratch is taken, within the primitive's limit,
+// by no committed node (the primitive runs such lengths faster on one
+// thread): the plan's builder attaches one to a node of one thread, and its
+// kernel is called directly.
+template <class R> void attach_scratch_plan(Node& n, i64 L, double f = 1.0, double b = 1.0) {
+  ASSERT_EQ(make_node<R>(n, setup(L, true, false, 1, f, b)), 0u);
+  ASSERT_EQ(plan_of(n), nullptr);
+  ASSERT_EQ(init_fn<R>()(n.get(), n.get()), 0u);
+  ASSERT_NE(plan_of(n), nullptr);
+  ASSERT_EQ(plan_of(n)->mode, 0);
+  ASSERT_NE(plan_of(n)->buffer, nullptr);
+}
+
+// The kernel of one thread called directly, with scratch of its own.
+template <class R> std::vector<R> run_one_thread(const Node& n, bool inverse, const std::vector<R>& x) {
+  std::vector<R> a = x;
+  // The plan's builder records its scratch in buffer_size; commit gathers
+  // the largest into buffer_size_max.
+  const i64 need = std::max<i64>(std::max<i64>(n->buffer_size, n->buffer_size_max), 1);
+  const std::size_t bytes = static_cast<std::size_t>((need + 4095) / 4096 * 4096);
+  void* scratch = std::aligned_alloc(4096, bytes);
+  EXPECT_EQ(one_thread_kernel<R>(inverse)(a.data(), a.data(), n.get(), scratch), 0u);
+  std::free(scratch);
+  return a;
+}
+
 // The committed scales are applied once: a backward scale of 2/L after a
 // forward scale of 1/2 makes the round trip the identity, on both layouts
-// of the intermediate array (without workspace, and in the plan's scratch
-// of the team form).
+// of the intermediate array (without workspace, and in the plan's scratch).
 TYPED_TEST(DftVia2d, AppliesTheCommittedScales) {
   using R = TypeParam;
   AllocWatch watch;
   const i64 L = 100000;
-  for (bool avoid : {true, false})
-    for (bool inplace : {true, false}) {
-      SCOPED_TRACE(::testing::Message() << (avoid ? "no workspace" : "scratch") << (inplace ? " in" : " out"));
-      Node n;
-      ASSERT_EQ(make_node<R>(n, setup(L, inplace, avoid, avoid ? 1 : 2, 0.5, 2.0 / L)), 0u);
-      ASSERT_NE(plan_of(n), nullptr);
-      EXPECT_EQ(plan_of(n)->mode, avoid ? 1 : 0);
-      const std::vector<R> x = random_vector<R>(L, 9);
-      const std::vector<R> fwd = run<R>(n, false, x, inplace);
-      expect_bins<R>(x, fwd, false, 0.5, L);
-      EXPECT_LE(dft::rel_error(run<R>(n, true, fwd, inplace), x), 2 * dft::tolerance<R>(L));
-    }
+  const std::vector<R> x = random_vector<R>(L, 9);
+  for (bool inplace : {true, false}) {
+    SCOPED_TRACE(::testing::Message() << "no workspace" << (inplace ? " in" : " out"));
+    Node n;
+    ASSERT_EQ(make_node<R>(n, setup(L, inplace, true, 1, 0.5, 2.0 / L)), 0u);
+    ASSERT_NE(plan_of(n), nullptr);
+    EXPECT_EQ(plan_of(n)->mode, 1);
+    const std::vector<R> fwd = run<R>(n, false, x, inplace);
+    expect_bins<R>(x, fwd, false, 0.5, L);
+    EXPECT_LE(dft::rel_error(run<R>(n, true, fwd, inplace), x), 2 * dft::tolerance<R>(L));
+  }
+  SCOPED_TRACE("scratch");
+  Node n;
+  attach_scratch_plan<R>(n, L, 0.5, 2.0 / L);
+  const std::vector<R> fwd = run_one_thread<R>(n, false, x);
+  expect_bins<R>(x, fwd, false, 0.5, L);
+  EXPECT_LE(dft::rel_error(run_one_thread<R>(n, true, fwd), x), 2 * dft::tolerance<R>(L));
 }
 
 // Mode -1 transposes the input into the output before it starts.
@@ -242,11 +272,10 @@ TYPED_TEST(DftVia2d, EqualFactorsShareOneNestedNode) {
 
 // ---- Concurrent callers and teams -------------------------------------------------
 
-// A node of one transform with a thread limit of 2 gets the team form: the
-// plan with its shared scratch (no workspace limit asked) and the threaded
-// entries.
-template <class R> void commit_team(Node& n, i64 L, bool inplace, bool avoid) {
-  ASSERT_EQ(make_node<R>(n, setup(L, inplace, avoid, 2)), 0u);
+// A node of one transform without workspace and with a thread limit of 2
+// gets the team form: the plan and the threaded entries.
+template <class R> void commit_team(Node& n, i64 L, bool inplace) {
+  ASSERT_EQ(make_node<R>(n, setup(L, inplace, true, 2)), 0u);
   ASSERT_EQ(n->threads, 2);
   ASSERT_NE(plan_of(n), nullptr);
   ASSERT_NE(n->kernel_thr_1d_fwd, nullptr);
@@ -254,23 +283,11 @@ template <class R> void commit_team(Node& n, i64 L, bool inplace, bool avoid) {
   EXPECT_NE(n->flags & 4, 0);
 }
 
-// The kernel of one thread called directly, with scratch of its own.
-template <class R> std::vector<R> run_one_thread(const Node& n, bool inverse, const std::vector<R>& x) {
-  std::vector<R> a = x;
-  const std::size_t bytes = static_cast<std::size_t>((n->buffer_size_max + 4095) / 4096 * 4096);
-  void* scratch = std::aligned_alloc(4096, bytes);
-  EXPECT_EQ(one_thread_kernel<R>(inverse)(a.data(), a.data(), n.get(), scratch), 0u);
-  std::free(scratch);
-  return a;
-}
-
 TYPED_TEST(DftVia2d, TwoCallersShareThePlanAndBothAreRight) {
   using R = TypeParam;
   AllocWatch watch;
   Node n;
-  commit_team<R>(n, i64{1} << 16, true, false);
-  ASSERT_EQ(plan_of(n)->mode, 0);
-  ASSERT_NE(plan_of(n)->buffer, nullptr);
+  attach_scratch_plan<R>(n, i64{1} << 16);
   const std::vector<R> x0 = random_vector<R>(n->length, 1), x1 = random_vector<R>(n->length, 2);
   const std::vector<R> y0 = run_one_thread<R>(n, false, x0), y1 = run_one_thread<R>(n, false, x1);
   expect_bins<R>(x0, y0, false, 1.0, n->length);
@@ -287,7 +304,7 @@ TYPED_TEST(DftVia2d, TwoCallersShareThePlanAndBothAreRight) {
   EXPECT_EQ(plan->busy, 1);
   plan->busy = 0;
 
-  // Two callers at once, on one thread each and through the team entry.
+  // Two callers at once.
   for (int round = 0; round < 4; ++round) {
     std::atomic<int> ready{0};
     std::vector<R> r0, r1;
@@ -295,7 +312,7 @@ TYPED_TEST(DftVia2d, TwoCallersShareThePlanAndBothAreRight) {
       ready.fetch_add(1);
       while (ready.load() < 2) {
       }
-      *r = round % 2 == 0 ? run_one_thread<R>(n, false, x) : run<R>(n, false, x, true);
+      *r = run_one_thread<R>(n, false, x);
     };
     std::thread a(caller, std::cref(x0), &r0), b(caller, std::cref(x1), &r1);
     a.join();
@@ -307,26 +324,17 @@ TYPED_TEST(DftVia2d, TwoCallersShareThePlanAndBothAreRight) {
 }
 
 // The team shares whole tiles of columns and groups of rows, so it gives
-// the bits of one thread: with the shared scratch, against the kernel of
-// one thread on the same plan; without workspace, against a node of one
-// thread.
+// the bits of a node of one thread.
 TYPED_TEST(DftVia2d, TeamGivesTheBitsOfOneThread) {
   using R = TypeParam;
   if (qor_get_max_threads() < 2) GTEST_SKIP() << "one thread only";
   AllocWatch watch;
   for (i64 L : {i64{1} << 17, i64{100000}}) {
     SCOPED_TRACE(::testing::Message() << "L " << L);
-    Node team;
-    commit_team<R>(team, L, true, false);
     const std::vector<R> x = random_vector<R>(L, 4);
-    for (bool inverse : {false, true}) {
-      const std::vector<R> y = run<R>(team, inverse, x, true);
-      EXPECT_TRUE(y == run_one_thread<R>(team, inverse, x)) << inverse;
-      expect_bins<R>(x, y, inverse, 1.0, L);
-    }
     for (bool inplace : {true, false}) {
       Node many, one;
-      commit_team<R>(many, L, inplace, true);
+      commit_team<R>(many, L, inplace);
       ASSERT_EQ(make_node<R>(one, setup(L, inplace)), 0u);
       EXPECT_EQ(one->threads, 1);
       for (bool inverse : {false, true})
@@ -336,26 +344,31 @@ TYPED_TEST(DftVia2d, TeamGivesTheBitsOfOneThread) {
   }
 }
 
-// The thread plan: a single long transform may have a team, a short one,
-// a prime or a nested node may not.
+// The thread plan: a single long transform has a team only where it takes
+// the four-step plan anyway (here: without workspace); within the
+// primitive's limit with workspace, a short length, a prime or a nested
+// node run on one thread.
 TYPED_TEST(DftVia2d, ThreadPlanOfLongLengths) {
   using R = TypeParam;
   AllocWatch watch;
-  auto plan = [](i64 L, int limit, bool nested, std::int32_t* threads) {
-    return thread_plan<R>(Layout{.length = L, .thread_limit = limit}, nested, threads, nullptr);
+  auto plan = [](i64 L, int limit, bool nested, bool avoid, std::int32_t* threads) {
+    return thread_plan<R>(Layout{.length = L, .thread_limit = limit, .avoid_workspace = avoid}, nested, threads,
+                          nullptr);
   };
   // (Which lengths beyond the primitive's limit are planned is checked
   // with the default road's thread plan in test_team_faults.cpp.)
   std::int32_t threads = 0;
-  EXPECT_EQ(plan(i64{1} << 16, 2, false, &threads), 0u);
-  EXPECT_EQ(threads, 2);
-  EXPECT_EQ(plan(100000, 2, false, &threads), 0u);
-  EXPECT_EQ(threads, 2);
-  for (i64 L : {i64{1} << 15, i64{65537}}) {
-    EXPECT_EQ(plan(L, 2, false, &threads), 0u);
+  for (i64 L : {i64{1} << 16, i64{100000}}) {
+    EXPECT_EQ(plan(L, 2, false, true, &threads), 0u);
+    EXPECT_EQ(threads, 2) << L;
+    EXPECT_EQ(plan(L, 2, false, false, &threads), 0u);
     EXPECT_EQ(threads, 1) << L;
   }
-  EXPECT_EQ(plan(i64{1} << 16, 2, true, &threads), 0u);
+  for (i64 L : {i64{1} << 15, i64{65537}}) {
+    EXPECT_EQ(plan(L, 2, false, true, &threads), 0u);
+    EXPECT_EQ(threads, 1) << L;
+  }
+  EXPECT_EQ(plan(i64{1} << 16, 2, true, true, &threads), 0u);
   EXPECT_EQ(threads, 1);
 }
 
@@ -372,7 +385,7 @@ TYPED_TEST(DftVia2d, AllocationFailureGivesStatusOneAndLeavesTheData) {
       const int failures = dft::fail_each_request([&](std::int64_t k) {
         qor_fault_reset();  // the node is made before the faults begin
         Node n;
-        const std::uint32_t committed = make_node<R>(n, setup(L, inplace, team == 0, team ? 2 : 1), k);
+        const std::uint32_t committed = make_node<R>(n, setup(L, inplace, true, team ? 2 : 1), k);
         dfxi_node* p = n.get();
         if (committed != 0) {
           EXPECT_EQ(committed, 1u) << k;
