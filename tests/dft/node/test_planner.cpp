@@ -119,10 +119,7 @@ TEST(DftPlanner, BatchDistancesFollowTheSameRule) {
 // spacing of the real side, beyond the first dimension.
 TEST(DftPlanner, RealInPlaceSpacing) {
   AllocWatch watch;
-  auto node = [] {
-    dfxi_node* raw = make(36, 33, {16, 3});
-    return raw;
-  };
+  auto node = [] { return make(36, 33, {16, 3}); };
   {
     Probe p;
     Node n(node());
