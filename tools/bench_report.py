@@ -232,6 +232,23 @@ def widest_label(data, prec):
     return label or "FMA"
 
 
+def bandwidth_panel(ax, data, rows, libraries, cx, cy, margin):
+    """GB/s against working set on a log2 axis, with the measured memcpy
+    curve (cx, cy) and the cache sizes marked; x runs `margin` beyond the
+    data on each side."""
+    plot_libraries(ax, rows, libraries, xkey="bytes")
+    if cx:
+        ax.plot(cx, cy, color="#555555", ls="--", lw=1, label="memcpy (measured)")
+    ax.set_xscale("log", base=2)
+    ax.xaxis.set_major_formatter(FuncFormatter(bytes_fmt))
+    ax.tick_params(axis="x", labelsize=7)
+    xs = [r["bytes"] for r in rows]
+    lo, hi = min(xs) / margin, max(xs) * margin
+    ax.set_xlim(lo, hi)
+    cache_marks(ax, data)
+    ax.set_ylim(0, max([r["rate"] for r in rows] + [y for x, y in zip(cx, cy) if lo <= x <= hi]) * 1.1)
+
+
 def bandwidth_figure(data, benchmark, ops, path, title):
     """Bandwidth against working set, one panel per (operation, type)."""
     panels = []
@@ -248,16 +265,7 @@ def bandwidth_figure(data, benchmark, ops, path, title):
     for ax in axes.flat[len(panels):]:
         ax.set_visible(False)
     for ax, (op, t, rows) in zip(axes.flat, panels):
-        plot_libraries(ax, rows, ("qor", "OpenBLAS", "BLIS"), xkey="bytes")
-        if cx:
-            ax.plot(cx, cy, color="#555555", ls="--", lw=1, label="memcpy (measured)")
-        ax.set_xscale("log", base=2)
-        ax.xaxis.set_major_formatter(FuncFormatter(bytes_fmt))
-        ax.tick_params(axis="x", labelsize=7)
-        xs = [r["bytes"] for r in rows]
-        ax.set_xlim(min(xs) / 1.5, max(xs) * 1.5)
-        cache_marks(ax, data)
-        ax.set_ylim(0, max([r["rate"] for r in rows] + [y for x, y in zip(cx, cy) if min(xs) <= x <= max(xs)]) * 1.1)
+        bandwidth_panel(ax, data, rows, ("qor", "OpenBLAS", "BLIS"), cx, cy, 1.5)
         ax.set_xlabel("working set")
         ax.set_ylabel("GB/s")
         ax.grid(True, alpha=0.3)
@@ -317,18 +325,8 @@ def trans_figure(data, path):
     for ax in axes.flat[len(panels):]:
         ax.set_visible(False)
     for ax, (op, th, rows) in zip(axes.flat, panels):
-        plot_libraries(ax, rows, ("qor", "OpenBLAS"), xkey="bytes")
         cx, cy = data.copy_curve(th)
-        if cx:
-            ax.plot(cx, cy, color="#555555", ls="--", lw=1, label="memcpy (measured)")
-        ax.set_xscale("log", base=2)
-        ax.xaxis.set_major_formatter(FuncFormatter(bytes_fmt))
-        ax.tick_params(axis="x", labelsize=7)
-        xs = [r["bytes"] for r in rows]
-        ax.set_xlim(min(xs) / 2, max(xs) * 2)
-        cache_marks(ax, data)
-        ax.set_ylim(0, max([r["rate"] for r in rows] + [y for x, y in zip(cx, cy) if min(xs) / 2 <= x <= max(xs) * 2])
-                    * 1.1)
+        bandwidth_panel(ax, data, rows, ("qor", "OpenBLAS"), cx, cy, 2)
         ax.set_xlabel("working set (matrices read and written)")
         ax.set_ylabel("GB/s (bytes read + written)")
         ax.grid(True, alpha=0.3)
