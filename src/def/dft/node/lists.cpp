@@ -7,17 +7,17 @@
 //   bkd_cr2cr_1d_batched, bkd_cr2cr_1d_<p>, bkd_c2c_1d_small_<p>,
 //   bkd_c2c_1d_default (local to the list), bkd_c2c_1d_bluestein_<p>,
 //   bkd_c2c_1d_bluestein_strided_<p>.
-// The small, default and Bluestein objects are built; the split-storage
-// objects join their lists, in their places, together with their code.
 #include "dft/backends/backends.h"
 #include "dft/node/backend.h"
 
 namespace qor::dfxi {
 
-const dfxi_backend* const bkdown_list_c2c_1d_d[] = {&qor_dft_def_bkd_c2c_1d_small_d, &bkd_c2c_1d_default_d,
+const dfxi_backend* const bkdown_list_c2c_1d_d[] = {&qor_dft_def_bkd_cr2cr_1d_batched, &qor_dft_def_bkd_cr2cr_1d_d,
+                                                    &qor_dft_def_bkd_c2c_1d_small_d, &bkd_c2c_1d_default_d,
                                                     &qor_dft_def_bkd_c2c_1d_bluestein_d,
                                                     &qor_dft_def_bkd_c2c_1d_bluestein_strided_d, nullptr};
-const dfxi_backend* const bkdown_list_c2c_1d_s[] = {&qor_dft_def_bkd_c2c_1d_small_s, &bkd_c2c_1d_default_s,
+const dfxi_backend* const bkdown_list_c2c_1d_s[] = {&qor_dft_def_bkd_cr2cr_1d_batched, &qor_dft_def_bkd_cr2cr_1d_s,
+                                                    &qor_dft_def_bkd_c2c_1d_small_s, &bkd_c2c_1d_default_s,
                                                     &qor_dft_def_bkd_c2c_1d_bluestein_s,
                                                     &qor_dft_def_bkd_c2c_1d_bluestein_strided_s, nullptr};
 
