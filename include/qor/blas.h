@@ -34,6 +34,43 @@ void xerbla_array_64_(const char* srname_array, const int64_t* srname_len, const
 int lsame_(const char* ca, const char* cb, size_t, size_t);
 int64_t lsame_64_(const char* ca, const char* cb, size_t, size_t);
 
+/* Subroutine forms of the BLAS functions, as the system's libblas.so.3
+ * exports them: each stores the function's value in its last argument
+ * (ddotsub_(n, x, incx, y, incy, &dot) is dot = ddot_(...)). Present for
+ * programs linked against that library; the functions serve new code. */
+#define QOR_BLAS_SUBROUTINES_DECLARE(INT, SFX)                                                                  \
+  void sdotsub##SFX(const INT* n, const float* x, const INT* incx, const float* y, const INT* incy, float* v);  \
+  void ddotsub##SFX(const INT* n, const double* x, const INT* incx, const double* y, const INT* incy,           \
+                    double* v);                                                                                 \
+  void sdsdotsub##SFX(const INT* n, const float* sb, const float* x, const INT* incx, const float* y,            \
+                      const INT* incy, float* v);                                                               \
+  void dsdotsub##SFX(const INT* n, const float* x, const INT* incx, const float* y, const INT* incy, double* v); \
+  void cdotcsub##SFX(const INT* n, const void* x, const INT* incx, const void* y, const INT* incy, void* v);    \
+  void cdotusub##SFX(const INT* n, const void* x, const INT* incx, const void* y, const INT* incy, void* v);    \
+  void zdotcsub##SFX(const INT* n, const void* x, const INT* incx, const void* y, const INT* incy, void* v);    \
+  void zdotusub##SFX(const INT* n, const void* x, const INT* incx, const void* y, const INT* incy, void* v);    \
+  void snrm2sub##SFX(const INT* n, const float* x, const INT* incx, float* v);                                 \
+  void dnrm2sub##SFX(const INT* n, const double* x, const INT* incx, double* v);                               \
+  void scnrm2sub##SFX(const INT* n, const void* x, const INT* incx, float* v);                                 \
+  void dznrm2sub##SFX(const INT* n, const void* x, const INT* incx, double* v);                                \
+  void sasumsub##SFX(const INT* n, const float* x, const INT* incx, float* v);                                 \
+  void dasumsub##SFX(const INT* n, const double* x, const INT* incx, double* v);                               \
+  void scasumsub##SFX(const INT* n, const void* x, const INT* incx, float* v);                                 \
+  void dzasumsub##SFX(const INT* n, const void* x, const INT* incx, double* v);                                \
+  void isamaxsub##SFX(const INT* n, const float* x, const INT* incx, INT* v);                                  \
+  void idamaxsub##SFX(const INT* n, const double* x, const INT* incx, INT* v);                                 \
+  void icamaxsub##SFX(const INT* n, const void* x, const INT* incx, INT* v);                                   \
+  void izamaxsub##SFX(const INT* n, const void* x, const INT* incx, INT* v);
+QOR_BLAS_SUBROUTINES_DECLARE(int, _)
+QOR_BLAS_SUBROUTINES_DECLARE(int64_t, _64_)
+void scabs1sub_(const void* z, float* v);
+void dcabs1sub_(const void* z, double* v);
+
+/* Flags the reference CBLAS layer exports for an application's own
+ * cblas_xerbla; qor's CBLAS leaves them 0. */
+extern int CBLAS_CallFromC;
+extern int RowMajorStrg;
+
 #ifdef __cplusplus
 }
 #endif
