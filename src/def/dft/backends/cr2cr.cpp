@@ -274,44 +274,27 @@ status batch_init(dfxi_node* node) {
   return in->methods->commit_prepared(in);
 }
 
-template <bool Inverse> std::uint32_t batched_i(dfxi_node* node, void* re, void* im, void*, void*) {
-  if (node == nullptr || re == nullptr || im == nullptr) return kInconsistent;
+// Runs the inner node over the popped batch level. In place the two split
+// arrays move by the input distance; out of place the two outputs follow,
+// from the output offset by the output distance.
+template <bool Inverse, bool InPlace>
+std::uint32_t batched(dfxi_node* node, void* re, void* im, void* out_re, void* out_im) {
+  constexpr int arrays = InPlace ? 2 : 4;
+  void* p[4] = {re, im, InPlace ? nullptr : out_re, InPlace ? nullptr : out_im};
+  if (node == nullptr) return kInconsistent;
+  for (int a = 0; a < arrays; ++a)
+    if (p[a] == nullptr) return kInconsistent;
   const auto* d = static_cast<const BatchData*>(node->bkd_data);
   if (d == nullptr || d->inner == nullptr) return kInternal;
   dfxi_node* in = d->inner;
   const dfxi_compute_fn f = Inverse ? in->compute_backward : in->compute_forward;
   if (f == nullptr) return kInternal;
   const i64 bytes = node->precision == kDouble ? 8 : 4;
-  re = advance(re, node->offset_in, bytes);
-  im = advance(im, node->offset_in, bytes);
+  for (int a = 0; a < arrays; ++a) p[a] = advance(p[a], a < 2 ? node->offset_in : node->offset_out, bytes);
   for (i64 k = 0; k < d->count; ++k) {
-    const std::uint32_t st = f(in, re, im, nullptr, nullptr);
+    const std::uint32_t st = f(in, p[0], p[1], p[2], p[3]);
     if (st != kOk) return st;
-    re = advance(re, d->distance_in, bytes);
-    im = advance(im, d->distance_in, bytes);
-  }
-  return kOk;
-}
-
-template <bool Inverse> std::uint32_t batched_o(dfxi_node* node, void* ire, void* iim, void* ore, void* oim) {
-  if (node == nullptr || ire == nullptr || iim == nullptr || ore == nullptr || oim == nullptr) return kInconsistent;
-  const auto* d = static_cast<const BatchData*>(node->bkd_data);
-  if (d == nullptr || d->inner == nullptr) return kInternal;
-  dfxi_node* in = d->inner;
-  const dfxi_compute_fn f = Inverse ? in->compute_backward : in->compute_forward;
-  if (f == nullptr) return kInternal;
-  const i64 bytes = node->precision == kDouble ? 8 : 4;
-  ire = advance(ire, node->offset_in, bytes);
-  iim = advance(iim, node->offset_in, bytes);
-  ore = advance(ore, node->offset_out, bytes);
-  oim = advance(oim, node->offset_out, bytes);
-  for (i64 k = 0; k < d->count; ++k) {
-    const std::uint32_t st = f(in, ire, iim, ore, oim);
-    if (st != kOk) return st;
-    ire = advance(ire, d->distance_in, bytes);
-    iim = advance(iim, d->distance_in, bytes);
-    ore = advance(ore, d->distance_out, bytes);
-    oim = advance(oim, d->distance_out, bytes);
+    for (int a = 0; a < arrays; ++a) p[a] = advance(p[a], a < 2 ? d->distance_in : d->distance_out, bytes);
   }
   return kOk;
 }
@@ -327,7 +310,7 @@ std::uint32_t commit_batched(const dfxi_backend* self, dfxi_node* node) {
     node->bkd = nullptr;
     return st;
   }
-  set_entries(node, batched_i<false>, batched_i<true>, batched_o<false>, batched_o<true>);
+  set_entries(node, batched<false, true>, batched<true, true>, batched<false, false>, batched<true, false>);
   return kOk;
 }
 
