@@ -6,14 +6,9 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dft/backends/threaded.h"
 #include "dft/node/node.h"
 #include "qor/dft.h"
-
-// The core's threading layer: fills the node's threading table. Every node
-// is blessed before its first commit. Weak, so the front end builds and runs
-// before that layer is linked in; without it the kernel library answers
-// every threading question as one thread would.
-extern "C" __attribute__((weak, visibility("default"))) void qor_dft_bless_node_thr(dfxi_node* node);
 
 namespace qor::core::dft {
 
@@ -31,9 +26,9 @@ inline bool committed(const dfxi_node* n) {
   return n->commit_status == qor::dfxi::kCommitted && n->compute_forward != nullptr && n->compute_backward != nullptr;
 }
 
-inline void bless(dfxi_node* n) {
-  if (qor_dft_bless_node_thr != nullptr) qor_dft_bless_node_thr(n);
-}
+// The core's threading layer fills the node's threading table; every node
+// is blessed before its first commit.
+inline void bless(dfxi_node* n) { qor_dft_bless_node_thr(n); }
 
 // Commits a valid node (qor_dft_commit without the handle check).
 int commit(dfxi_node* n);

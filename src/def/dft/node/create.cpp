@@ -3,6 +3,7 @@
 // table.
 #include <cstring>
 
+#include "dft/backends/threaded.h"
 #include "dft/node/api.h"
 #include "dft/node/internal.h"
 #include "frame/services.h"
@@ -130,9 +131,7 @@ template <class R> status set_bkdlist_1d(dfxi_node* node) {
   return kOk;
 }
 
-void bless_thr(dfxi_node* node) {
-  if (qor_dft_bless_node_thr != nullptr) qor_dft_bless_node_thr(node);
-}
+void bless_thr(dfxi_node* node) { qor_dft_bless_node_thr(node); }
 
 // The pieces that make a node's caller memory last: the arena record and
 // one cell for each buffer. The size query charges them here too, so that

@@ -43,8 +43,5 @@ bool arena_family();
 
 }  // namespace qor::dfxi
 
-// The core's threading layer: fills the threading table for the node and
-// decides its thread plan. It is an optional import until the core's
-// transform layer exists; the size query and in-place construction call it
-// when it is there.
-extern "C" __attribute__((weak)) void qor_dft_bless_node_thr(dfxi_node* node);
+// The core's threading layer (qor_dft_bless_node_thr fills the node's
+// threading table) is declared with the core's other threaded entries.
