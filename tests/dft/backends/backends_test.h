@@ -123,6 +123,17 @@ template <class R> std::uint32_t describe_node(Node& n, const Layout& g) {
   return 0;
 }
 
+// A second batch level of `count` transforms, `din` and `dout` apart, added
+// to the described node's batch before commit.
+inline void add_level(dfxi_node* p, i64 count, i64 din, i64 dout) {
+  auto* dims = static_cast<IotensorEntry*>((*api().malloc)(2 * sizeof(IotensorEntry), 64, nullptr));
+  ASSERT_NE(dims, nullptr);
+  dims[0] = p->batch.dims[0];
+  dims[1] = IotensorEntry{count, din, dout, 0, 0};
+  (*api().free)(p->batch.dims, nullptr);
+  p->batch = Iotensor{2, dims};
+}
+
 // describe_node, then commit; the status of the first that fails. With
 // `fail_from` set, allocations fail from that request of the commit on.
 template <class R> std::uint32_t make_node(Node& n, const Layout& g, std::int64_t fail_from = -1) {

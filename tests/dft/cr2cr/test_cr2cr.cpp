@@ -27,17 +27,6 @@ Layout split(Layout g) {
   return g;
 }
 
-// A second batch level of `count` transforms, `din` and `dout` apart, added
-// to the described node's batch before commit.
-void add_level(dfxi_node* p, i64 count, i64 din, i64 dout) {
-  auto* dims = static_cast<IotensorEntry*>((*api().malloc)(2 * sizeof(IotensorEntry), 64, nullptr));
-  ASSERT_NE(dims, nullptr);
-  dims[0] = p->batch.dims[0];
-  dims[1] = IotensorEntry{count, din, dout, 0, 0};
-  (*api().free)(p->batch.dims, nullptr);
-  p->batch = Iotensor{2, dims};
-}
-
 // Two levels: g describes the first, (count, din, dout) the second.
 struct Nested {
   Layout g;
