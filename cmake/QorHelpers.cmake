@@ -12,7 +12,13 @@ set(QOR_ISA_FLAGS_base -march=x86-64 -mtune=generic)
 set(QOR_ISA_FLAGS_brc  -march=x86-64 -msse3 -mssse3 -mtune=amdfam10)
 set(QOR_ISA_FLAGS_bdz  -march=x86-64 -msse3 -mssse3 -msse4.1 -msse4.2 -mpopcnt -mavx -mfma -mtune=bdver2)
 set(QOR_ISA_FLAGS_zen  -march=x86-64 -msse3 -mssse3 -msse4.1 -msse4.2 -mpopcnt -mavx -mavx2 -mfma -mbmi -mbmi2 -mf16c -mtune=znver2)
-set(QOR_ISAS base brc bdz zen)
+# The 512-bit class: AVX-512 F, BW, DQ and VL with FMA and everything the
+# Zen class has. Tuned for Ice Lake server, whose 512-bit scheduling
+# (two FMA ports, one 512-bit load-store pair per cycle) sits between
+# Skylake server and Sapphire Rapids and suits Zen 4 and 5 as well.
+set(QOR_ISA_FLAGS_avx512 -march=x86-64 -msse3 -mssse3 -msse4.1 -msse4.2 -mpopcnt -mavx -mavx2 -mfma -mbmi -mbmi2
+    -mf16c -mavx512f -mavx512bw -mavx512dq -mavx512vl -mtune=icelake-server -mprefer-vector-width=512)
+set(QOR_ISAS base brc bdz zen avx512)
 
 set(QOR_DEF_OBJECTS "" CACHE INTERNAL "")
 set(QOR_CORE_OBJECTS "" CACHE INTERNAL "")

@@ -1,9 +1,11 @@
 // Level 1 against OpenBLAS, side by side in one run, both on one thread:
-// ddot, daxpy, dnrm2, idamax, dscal and zdotc at lengths from 1,000 (in
+// ddot, daxpy, dnrm2, idamax, dscal, their binary32 twins sdot, saxpy,
+// snrm2 and isamax, and zdotc and zaxpy at lengths from 1,000 (in
 // cache) to 10,000,000 (memory). Figures are GB/s of vector traffic and
 // the ratio OpenBLAS time / qor time (above 1: qor is faster). For the
 // in-cache size the line also gives bytes loaded per clock, to compare with
-// the load-port bound of 128-bit code: two 16-byte loads a clock.
+// the load-port bound of the bodies that run: two 16-byte loads a clock for
+// the 128-bit ones, two 64-byte loads for the 512-bit ones.
 //
 //   bench_blas_level1 [quick|threads]  quick: one length per decade (also
 //                                      QOR_BENCH_QUICK=1);
@@ -27,6 +29,11 @@ using Dnrm2 = double(int, const double*, int);
 using Idamax = std::size_t(int, const double*, int);
 using Dscal = void(int, double, double*, int);
 using Zdotc = void(int, const void*, int, const void*, int, void*);
+using Zaxpy = void(int, const void*, const void*, int, void*, int);
+using Sdot = float(int, const float*, int, const float*, int);
+using Saxpy = void(int, float, const float*, int, float*, int);
+using Snrm2 = float(int, const float*, int);
+using Isamax = std::size_t(int, const float*, int);
 
 std::vector<double> filled(std::size_t n, unsigned seed) {
   std::vector<double> v(n);
@@ -54,6 +61,7 @@ double clock_ghz() {
 struct Runner {
   double ghz;
   int threads;
+  double bound;  // bytes a clock the loads of the bodies in force can take
   void line(const char* what, long n, double bytes, double loads, double ours, double peer, double footprint) {
     qor::bench::Case c;
     c.what = what;
@@ -66,8 +74,8 @@ struct Runner {
     c.threads = threads;
     qor::bench::report(c, ours, "GB/s", bytes / 1e9, "OpenBLAS", peer);
     if (n <= 1000 && ghz > 0)
-      std::printf("%-22s %-16s   loads %.1f bytes/clock of a 32 bytes/clock bound (%.0f%%) at %.2f GHz\n", "", "",
-                  loads / ours / (ghz * 1e9), 100.0 * loads / ours / (ghz * 1e9) / 32.0, ghz);
+      std::printf("%-22s %-16s   loads %.1f bytes/clock of a %.0f bytes/clock bound (%.0f%%) at %.2f GHz\n", "", "",
+                  loads / ours / (ghz * 1e9), bound, 100.0 * loads / ours / (ghz * 1e9) / bound, ghz);
   }
 };
 
@@ -86,11 +94,17 @@ int main(int argc, char** argv) {
   auto* o_idamax = ob.fn<Idamax>("cblas_idamax");
   auto* o_dscal = ob.fn<Dscal>("cblas_dscal");
   auto* o_zdotc = ob.fn<Zdotc>("cblas_zdotc_sub");
-  if (!o_ddot || !o_daxpy || !o_dnrm2 || !o_idamax || !o_dscal || !o_zdotc) {
+  auto* o_zaxpy = ob.fn<Zaxpy>("cblas_zaxpy");
+  auto* o_sdot = ob.fn<Sdot>("cblas_sdot");
+  auto* o_saxpy = ob.fn<Saxpy>("cblas_saxpy");
+  auto* o_snrm2 = ob.fn<Snrm2>("cblas_snrm2");
+  auto* o_isamax = ob.fn<Isamax>("cblas_isamax");
+  if (!o_ddot || !o_daxpy || !o_dnrm2 || !o_idamax || !o_dscal || !o_zdotc || !o_zaxpy || !o_sdot || !o_saxpy ||
+      !o_snrm2 || !o_isamax) {
     std::fprintf(stderr, "bench_blas_level1: OpenBLAS not available\n");
     return 1;
   }
-  Runner run{clock_ghz(), qor_get_max_threads()};
+  Runner run{clock_ghz(), qor_get_max_threads(), qor_get_cpu_path() == QOR_CPU_PATH_AVX512 ? 128.0 : 32.0};
   std::printf("Level 1, %s, GB/s of vector traffic; ratio = OpenBLAS time / qor time (cpu path %s)\n",
               threads ? "qor threaded, OpenBLAS one thread" : "one thread", qor_cpu_path_name(qor_get_cpu_path()));
   const std::vector<long> sizes = quick ? std::vector<long>{1000, 10000, 100000, 1000000, 10000000}
@@ -139,6 +153,27 @@ int main(int argc, char** argv) {
     x.shrink_to_fit();
     y.clear();
     y.shrink_to_fit();
+    {
+      std::vector<float> sx(n), sy(n);
+      for (long i = 0; i < n; ++i) {
+        sx[i] = static_cast<float>(0.5 + 1e-3 * static_cast<double>((i * 7919 + 5) % 1000));
+        sy[i] = static_cast<float>(0.5 + 1e-3 * static_cast<double>((i * 7919 + 6) % 1000));
+      }
+      volatile float fsink = 0;
+      t = qor::bench::best_times_alternating([&] { fsink = fsink + cblas_sdot(ni, sx.data(), 1, sy.data(), 1); },
+          [&] { fsink = fsink + o_sdot(ni, sx.data(), 1, sy.data(), 1); }, secs);
+      run.line("sdot", n, 8 * dn, 8 * dn, t.first, t.second, 8 * dn);
+      t = qor::bench::best_times_alternating([&] { cblas_saxpy(ni, 1e-9f, sx.data(), 1, sy.data(), 1); },
+          [&] { o_saxpy(ni, 1e-9f, sx.data(), 1, sy.data(), 1); }, secs);
+      run.line("saxpy", n, 12 * dn, 8 * dn, t.first, t.second, 8 * dn);
+      t = qor::bench::best_times_alternating([&] { fsink = fsink + cblas_snrm2(ni, sx.data(), 1); },
+          [&] { fsink = fsink + o_snrm2(ni, sx.data(), 1); }, secs);
+      run.line("snrm2", n, 4 * dn, 4 * dn, t.first, t.second, 4 * dn);
+      t = qor::bench::best_times_alternating(
+          [&] { fsink = fsink + static_cast<float>(cblas_isamax(ni, sx.data(), 1)); },
+          [&] { fsink = fsink + static_cast<float>(o_isamax(ni, sx.data(), 1)); }, secs);
+      run.line("isamax", n, 4 * dn, 4 * dn, t.first, t.second, 4 * dn);
+    }
     auto zx = filled(2 * n, 3), zy = filled(2 * n, 4);
     std::complex<double> r;
     t = qor::bench::best_times_alternating([&] { cblas_zdotc_sub(ni, zx.data(), 1, zy.data(), 1, &r); },
@@ -147,6 +182,10 @@ int main(int argc, char** argv) {
     peer = t.second;
     run.line("zdotc", n, 32 * dn, 32 * dn, ours, peer, 32 * dn);
     sink = sink + r.real();
+    const std::complex<double> za(1e-9, -1e-9);
+    t = qor::bench::best_times_alternating([&] { cblas_zaxpy(ni, &za, zx.data(), 1, zy.data(), 1); },
+        [&] { o_zaxpy(ni, &za, zx.data(), 1, zy.data(), 1); }, secs);
+    run.line("zaxpy", n, 48 * dn, 32 * dn, t.first, t.second, 32 * dn);
   }
   return 0;
 }

@@ -33,9 +33,17 @@ typedef struct qor_cpu_facts {
   int sse3, ssse3, sse41, sse42, popcnt, avx, avx2, fma, fma4, avx512f;
   int barcelona, bulldozer, zen; /* AMD processor classes */
   int clx, icx;                  /* Intel Cascade Lake and Ice Lake server */
-  /* Cache sizes from the processor's deterministic cache leaves; 0 where the
-   * processor reports none (common under virtual machines). */
+  /* Cache sizes: from the deterministic cache leaf (0x8000001D on AMD, 4 on
+   * others), else from the older descriptor leaves (0x80000005 and
+   * 0x80000006 on AMD, 2 on others); 0 where neither reports the level
+   * (common under virtual machines). */
   int64_t l1d_bytes, l2_bytes, l3_bytes;
+  /* The rest of the 512-bit class: byte/word, double/quad and 128/256-bit
+   * forms, each 0 unless the OS also saves the 512-bit state. avx512 is
+   * their conjunction with avx512f and fma: the 512-bit path can run. */
+  int avx512bw, avx512dq, avx512vl, avx512;
+  /* The CPUID leaf each cache size came from, 0 where none reported it. */
+  unsigned l1d_leaf, l2_leaf, l3_leaf;
 } qor_cpu_facts;
 
 QOR_API void qor_get_cpu_facts(qor_cpu_facts* out);
@@ -45,22 +53,26 @@ QOR_API void qor_get_cpu_facts(qor_cpu_facts* out);
 QOR_API int64_t qor_cache_bytes(int level);
 
 /* ---- Processor path ------------------------------------------------------
- * The kernel member holds one baseline body and tuned bodies for three
+ * The kernel member holds one baseline body and tuned bodies for four
  * processor classes. The core answers the member's processor questions
  * according to the path in force, so forcing a path makes the member run
  * that body on any machine able to execute its instructions.
  *
- * Automatic choice: an AMD Barcelona-, Bulldozer- or Zen-class processor
- * gets its own path; any other processor with AVX2 and FMA gets the Zen
- * path (its bodies are AVX2/FMA code); everything else the baseline.
+ * Automatic choice: an AMD Barcelona- or Bulldozer-class processor gets its
+ * own path; a processor with AVX-512 F, BW, DQ, VL and FMA whose operating
+ * system saves the 512-bit state gets the 512-bit path; any other with AVX2
+ * and FMA the Zen path (its bodies are AVX2/FMA code); everything else the
+ * baseline. On the 512-bit path the member is told it runs on the Zen
+ * class too, so a family without a 512-bit body takes its Zen body.
  * The environment variable QOR_CPU_PATH (baseline, barcelona, bulldozer,
- * zen or auto) sets the path at start-up. */
+ * zen, avx512 or auto) sets the path at start-up. */
 enum {
   QOR_CPU_PATH_AUTO = -1,
   QOR_CPU_PATH_BASELINE = 0,
   QOR_CPU_PATH_BARCELONA = 1,
   QOR_CPU_PATH_BULLDOZER = 2,
-  QOR_CPU_PATH_ZEN = 3
+  QOR_CPU_PATH_ZEN = 3,
+  QOR_CPU_PATH_AVX512 = 4
 };
 
 /* 0 on success; -1 when this machine cannot execute that path (nothing
@@ -72,8 +84,11 @@ QOR_API int qor_cpu_path_supported(int path);
 QOR_API const char* qor_cpu_path_name(int path);
 /* How often the kernel member asked whether it runs on the class of `path`
  * and was told yes: the evidence that a tuned body was actually taken.
- * Counting starts with the first call of this function, so programs that
- * never ask pay nothing for it. */
+ * Families that keep the answer ask again after each change of the path,
+ * the tier or the reproducibility mode, so the count grows at least once
+ * after a path is forced and a tuned body of it runs. Counting starts with
+ * the first call of this function, so programs that never ask pay nothing
+ * for it. */
 QOR_API int64_t qor_cpu_path_hits(int path);
 
 /* Processor tier reported to the member (0: the generic member serves this
@@ -133,8 +148,10 @@ QOR_API int64_t qor_message_count(int kind);
 QOR_API void qor_set_verbose(int mode);
 QOR_API int qor_get_verbose(void);
 
-/* Reproducibility mode answered to the member; 1 is automatic.
- * QOR_CBWR sets it at start-up. */
+/* Reproducibility mode answered to the member; 1 is automatic. Any other
+ * mode asks for results that do not change with the processor class: the
+ * member then takes no 512-bit body, and an AVX-512 machine computes what
+ * an AVX2 machine does. QOR_CBWR sets it at start-up. */
 QOR_API void qor_set_cbwr(int mode);
 
 /* ---- Threads ---------------------------------------------------------------

@@ -20,7 +20,7 @@ QOR_SELFTEST("frame", processor_paths) {
   Result r;
   std::string runnable;
   int restore = qor_get_cpu_path();
-  for (int p = QOR_CPU_PATH_BASELINE; p <= QOR_CPU_PATH_ZEN; ++p) {
+  for (int p = QOR_CPU_PATH_BASELINE; p <= QOR_CPU_PATH_AVX512; ++p) {
     if (!qor_cpu_path_supported(p)) continue;
     r.ok &= qor_set_cpu_path(p) == 0 && qor_get_cpu_path() == p;
     runnable += std::string(" ") + qor_cpu_path_name(p);

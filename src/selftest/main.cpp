@@ -94,19 +94,24 @@ int main(int argc, char** argv) {
   qor_get_cpu_facts(&f);
   std::printf("kernel library : %s (member %d)\n", qor_member_path(), qor_member_cpu_version());
   std::printf("processor      : %s family %#x model %#x stepping %d\n", f.vendor, f.family, f.model, f.stepping);
-  std::printf("features       :%s%s%s%s%s%s%s%s\n", f.sse3 ? " sse3" : "", f.ssse3 ? " ssse3" : "",
+  std::printf("features       :%s%s%s%s%s%s%s%s%s%s%s\n", f.sse3 ? " sse3" : "", f.ssse3 ? " ssse3" : "",
               f.sse42 ? " sse4.2" : "", f.avx ? " avx" : "", f.avx2 ? " avx2" : "", f.fma ? " fma" : "",
-              f.fma4 ? " fma4" : "", f.avx512f ? " avx512f" : "");
-  std::printf("classes        : barcelona %d bulldozer %d zen %d clx %d icx %d\n", f.barcelona, f.bulldozer, f.zen,
-              f.clx, f.icx);
-  auto cache = [](const char* level, int64_t bytes) {
-    if (bytes > 0) std::printf(" %s %lld KiB", level, static_cast<long long>(bytes >> 10));
-    else std::printf(" %s not reported", level);
+              f.fma4 ? " fma4" : "", f.avx512f ? " avx512f" : "", f.avx512bw ? " avx512bw" : "",
+              f.avx512dq ? " avx512dq" : "", f.avx512vl ? " avx512vl" : "");
+  std::printf("classes        : barcelona %d bulldozer %d zen %d avx512 %d clx %d icx %d\n", f.barcelona, f.bulldozer,
+              f.zen, f.avx512, f.clx, f.icx);
+  // Each size with the CPUID leaf it came from: the deterministic leaf
+  // (0x8000001d or 4) or an older one (0x80000005/0x80000006 or 2).
+  auto cache = [](const char* level, int64_t bytes, unsigned leaf) {
+    if (bytes > 0)
+      std::printf(" %s %lld KiB (leaf %#x)", level, static_cast<long long>(bytes >> 10), leaf);
+    else
+      std::printf(" %s not reported", level);
   };
   std::printf("caches         :");
-  cache("L1d", f.l1d_bytes);
-  cache("L2", f.l2_bytes);
-  cache("L3", f.l3_bytes);
+  cache("L1d", f.l1d_bytes, f.l1d_leaf);
+  cache("L2", f.l2_bytes, f.l2_leaf);
+  cache("L3", f.l3_bytes, f.l3_leaf);
   if (f.l1d_bytes <= 0 || f.l2_bytes <= 0)
     std::printf(" (kernels size their blocks for L1d %lld KiB, L2 %lld KiB)",
                 static_cast<long long>(qor_cache_bytes(1) >> 10), static_cast<long long>(qor_cache_bytes(2) >> 10));

@@ -4,7 +4,7 @@ namespace qor::test {
 
 std::vector<int> runnable_paths() {
   std::vector<int> paths;
-  for (int p = QOR_CPU_PATH_BASELINE; p <= QOR_CPU_PATH_ZEN; ++p)
+  for (int p = QOR_CPU_PATH_BASELINE; p <= QOR_CPU_PATH_AVX512; ++p)
     if (qor_cpu_path_supported(p)) paths.push_back(p);
   return paths;
 }

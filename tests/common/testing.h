@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "qor/qor.h"
@@ -23,21 +25,46 @@ class PathGuard {
   PathGuard& operator=(const PathGuard&) = delete;
 };
 
+// The processor paths on which the code under test has a tuned body of its
+// own, which the test proves was reached.
+class TunedOn {
+ public:
+  static TunedOn none() { return TunedOn(0); }
+  // Every path but the baseline.
+  static TunedOn every_tuned_path() { return TunedOn(~1u); }
+  static TunedOn paths(std::initializer_list<int> ps) {
+    unsigned m = 0;
+    for (int p : ps) m |= 1u << p;
+    return TunedOn(m);
+  }
+  bool has(int path) const { return (mask_ >> path) & 1u; }
+
+ private:
+  explicit TunedOn(unsigned m) : mask_(m) {}
+  unsigned mask_;
+};
+
 // Runs body once on every runnable path, asserting that the path was in
-// force and, when `expect_hits` is set, that the kernel library asked for it
-// (the tuned body was really reached).
+// force and, on the paths `tuned` names, that the kernel library asked for
+// the path and was told yes (its tuned body was really reached).
 template <class F>
-void on_every_path(F&& body, bool expect_hits = false) {
+void on_every_path(F&& body, TunedOn tuned) {
   for (int p : runnable_paths()) {
     SCOPED_TRACE(std::string("cpu path ") + qor_cpu_path_name(p));
     PathGuard guard(p);
     ASSERT_EQ(qor_get_cpu_path(), p);
     std::int64_t before = qor_cpu_path_hits(p);
     body(p);
-    if (expect_hits && p != QOR_CPU_PATH_BASELINE) {
+    if (tuned.has(p) && p != QOR_CPU_PATH_BASELINE) {
       EXPECT_GT(qor_cpu_path_hits(p), before) << "the tuned body was not reached";
     }
   }
+}
+
+// The same, with `expect_hits` standing for every tuned path or none.
+template <class F>
+void on_every_path(F&& body, bool expect_hits = false) {
+  on_every_path(std::forward<F>(body), expect_hits ? TunedOn::every_tuned_path() : TunedOn::none());
 }
 
 // Watches both allocation pools over a scope: on exit it checks that every

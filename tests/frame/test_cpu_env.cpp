@@ -57,6 +57,24 @@ TEST(CpuPathEnvironment, AValidValueIsTakenWithoutAWord) {
   EXPECT_EQ(p, QOR_CPU_PATH_BASELINE);  // names are taken without regard to case
 }
 
+TEST(CpuPathEnvironment, TheWidestPathIsNamedAvx512) {
+  const char* env = std::getenv("QOR_CPU_PATH");
+  if (env == nullptr || std::string(env) != "avx512") GTEST_SKIP() << "run by CTest with QOR_CPU_PATH set";
+  Seen seen;
+  qor_set_message_handler(collect, &seen);
+  int p = qor_get_cpu_path();
+  qor_set_message_handler(nullptr, nullptr);
+  if (qor_cpu_path_supported(QOR_CPU_PATH_AVX512)) {
+    EXPECT_TRUE(seen.warnings.empty());
+    EXPECT_EQ(p, QOR_CPU_PATH_AVX512);
+  } else {
+    // A machine without it is warned and keeps the automatic path.
+    ASSERT_EQ(seen.warnings.size(), 1u);
+    EXPECT_NE(seen.warnings[0].find("cannot execute"), std::string::npos) << seen.warnings[0];
+    EXPECT_EQ(p, automatic_path());
+  }
+}
+
 TEST(CacheSizes, KernelsAlwaysGetAUsableSize) {
   qor_cpu_facts f;
   qor_get_cpu_facts(&f);

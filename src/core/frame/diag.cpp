@@ -194,6 +194,9 @@ QOR_API void qor_set_verbose(int mode) {
   std::atomic_ref<int>(qor::core::g_verbose_word).store(mode == 1 ? 1 : 0, std::memory_order_relaxed);
 }
 QOR_API int qor_get_verbose(void) { return qor::core::verbose_from_environment(); }
-QOR_API void qor_set_cbwr(int mode) { cbwr_word().store(mode, std::memory_order_relaxed); }
+QOR_API void qor_set_cbwr(int mode) {
+  cbwr_word().store(mode, std::memory_order_relaxed);
+  qor::core::cpu_answers_changed();  // the body choice depends on the mode
+}
 
 }  // extern "C"

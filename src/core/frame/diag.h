@@ -12,4 +12,9 @@ void report(int kind, const char* routine, const char* text);
 // call can tell whether it failed its checks.
 std::int64_t thread_argument_errors();
 
+// Moves the counter the kernel library compares before it reuses a kept
+// processor answer: called when the path, the tier or the reproducibility
+// mode changes.
+void cpu_answers_changed();
+
 }  // namespace qor::core

@@ -6,6 +6,7 @@
 // and locks. The declarations are shared by both sides, so a signature is
 // written once and a mismatch fails to compile.
 #pragma once
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -36,6 +37,14 @@ QOR_SERV_API int qor_serv_cpu_detect(void);
 QOR_SERV_API int qor_serv_cpuisitbarcelona(void);
 QOR_SERV_API int qor_serv_cpuisbulldozer(void);
 QOR_SERV_API int qor_serv_cpuiszen(void);
+// Non-zero on the 512-bit class (AVX-512 F, BW, DQ, VL and FMA, with the
+// 512-bit state saved by the OS). That class also answers yes to
+// qor_serv_cpuiszen: it runs every AVX2/FMA body.
+QOR_SERV_API int qor_serv_cpuisavx512(void);
+// A counter that changes whenever one of the answers above may change (a
+// forced path or tier, a new reproducibility mode). A kernel that keeps an
+// answer asks again when the counter has moved.
+QOR_SERV_API const std::atomic<std::uint32_t>* qor_serv_cpu_generation(void);
 QOR_SERV_API int qor_serv_cpuisclx(void);
 QOR_SERV_API int qor_serv_cpuisicx(void);
 // Cache size in bytes: level 1, 2 or 3; 0 asks for the last level.

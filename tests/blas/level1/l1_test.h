@@ -135,6 +135,15 @@ inline const std::vector<StridePair>& stride_pairs() {
   return v;
 }
 
+// Runs a check on every processor path this machine can execute. With
+// `wide` set, the check reaches the 512-bit bodies (unit strides, two
+// elements or more), and the 512-bit path must count a hit for them.
+template <class F>
+void on_every_body(F&& check, bool wide = true) {
+  qor::test::on_every_path([&](int) { check(); }, wide ? qor::test::TunedOn::paths({QOR_CPU_PATH_AVX512})
+                                                       : qor::test::TunedOn::none());
+}
+
 // Relative tolerance for a sum of n terms of magnitude `mag` in type R.
 template <class Rt> double sum_tol(i64 n, double mag) {
   return 4.0 * static_cast<double>(n + 2) * std::numeric_limits<Rt>::epsilon() * mag + 1e-300;

@@ -50,90 +50,125 @@ void check_index_routines() {
 }
 
 TEST(Level1Extreme, IndexRoutinesMatchAPlainSearch) {
-  check_index_routines<float>();
-  check_index_routines<double>();
-  check_index_routines<c32>();
-  check_index_routines<c64>();
+  on_every_body([&] {
+    check_index_routines<float>();
+    check_index_routines<double>();
+    check_index_routines<c32>();
+    check_index_routines<c64>();
+  });
 }
 
 TEST(Level1Extreme, TiesGoToTheLowerIndexWithinAndAcrossChunks) {
-  const i64 one = 1;
-  for (i64 n : {300, 1000}) {
-    std::vector<double> x(n, 0.5);
-    for (auto [a, b] : {std::pair<i64, i64>{10, 20}, {100, 256}, {255, 256}, {3, 299}}) {
-      std::fill(x.begin(), x.end(), 0.5);
-      x[a] = 9.0;
-      x[b] = -9.0;
-      EXPECT_EQ(qor_blas_idamax(&n, x.data(), &one), a + 1) << a << "," << b;
-      x[a] = 0.125;
-      x[b] = -0.125;
-      EXPECT_EQ(qor_blas_idamin(&n, x.data(), &one), a + 1) << a << "," << b;
+  on_every_body([&] {
+    const i64 one = 1;
+    for (i64 n : {300, 1000}) {
+      std::vector<double> x(n, 0.5);
+      for (auto [a, b] : {std::pair<i64, i64>{10, 20}, {100, 256}, {255, 256}, {3, 299}}) {
+        std::fill(x.begin(), x.end(), 0.5);
+        x[a] = 9.0;
+        x[b] = -9.0;
+        EXPECT_EQ(qor_blas_idamax(&n, x.data(), &one), a + 1) << a << "," << b;
+        x[a] = 0.125;
+        x[b] = -0.125;
+        EXPECT_EQ(qor_blas_idamin(&n, x.data(), &one), a + 1) << a << "," << b;
+      }
     }
-  }
+  });
+}
+
+// Long vectors: equal extremes on both sides of every power-of-two boundary
+// up to 8192 elements (wherever a body cuts its chunks), in both binary64
+// and binary32, and a NaN far behind the largest value.
+template <class T>
+void check_long_ties() {
+  const i64 n = 20000, one = 1;
+  std::vector<T> x(n);
+  for (i64 b = 64; b <= 8192; b *= 2)
+    for (auto [a, c] : {std::pair<i64, i64>{b - 1, b}, {b / 2 + 1, b + 3}, {3, 2 * b + 1}}) {
+      for (i64 i = 0; i < n; ++i) x[i] = T(0.25) + T(0.5) * static_cast<T>(i % 7) / T(7);
+      x[a] = T(-9);
+      x[c] = T(9);
+      EXPECT_EQ(api<T>::iamax(&n, x.data(), &one), a + 1) << a << "," << c;
+    }
+  x[n - 10] = std::numeric_limits<T>::quiet_NaN();
+  EXPECT_EQ(api<T>::iamax(&n, x.data(), &one), n - 9);
+}
+
+TEST(Level1Extreme, TiesInLongVectorsGoToTheLowerIndex) {
+  on_every_body([&] {
+    check_long_ties<double>();
+    check_long_ties<float>();
+  });
 }
 
 TEST(Level1Extreme, FirstNaNWinsWithUnitStrideAndQuietNaNIsSkippedOtherwise) {
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  const i64 n = 2000, one = 1, two = 2;
-  std::vector<double> x(2 * n);
-  qor::test::Rng rng(1);
-  for (auto& v : x) v = rng.next();
-  x[1500] = 1e300;  // larger than anything, after the NaN
-  x[999] = nan;     // element 1000
-  EXPECT_EQ(qor_blas_idamax(&n, x.data(), &one), 1000);
-  EXPECT_EQ(qor_blas_idamin(&n, x.data(), &one), 1000);
-  x[5] = nan;
-  EXPECT_EQ(qor_blas_idamax(&n, x.data(), &one), 6);
-  // Stride 2: element k is x[2k]. A quiet NaN in the middle is passed over.
-  std::vector<double> y(2 * n, 0.25);
-  y[2 * 700] = nan;
-  y[2 * 900] = 7.0;
-  EXPECT_EQ(qor_blas_idamax(&n, y.data(), &two), 901);
-  // ... but a NaN first stays the best.
-  y[0] = nan;
-  EXPECT_EQ(qor_blas_idamax(&n, y.data(), &two), 1);
-  // Complex: a NaN part makes the element NaN.
-  std::vector<c64> z(300, c64(0.5, 0.5));
-  z[200] = c64(1.0, nan);
-  z[250] = c64(10.0, 10.0);
-  const i64 nz = 300;
-  EXPECT_EQ(qor_blas_izamax(&nz, z.data(), &one), 201);
-  std::vector<c32> zf(40, c32(0.5f, 0.5f));
-  zf[30] = c32(std::numeric_limits<float>::quiet_NaN(), 0.0f);
-  const i64 nzf = 40;
-  EXPECT_EQ(qor_blas_icamin(&nzf, zf.data(), &one), 31);
+  on_every_body([&] {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const i64 n = 2000, one = 1, two = 2;
+    std::vector<double> x(2 * n);
+    qor::test::Rng rng(1);
+    for (auto& v : x) v = rng.next();
+    x[1500] = 1e300;  // larger than anything, after the NaN
+    x[999] = nan;     // element 1000
+    EXPECT_EQ(qor_blas_idamax(&n, x.data(), &one), 1000);
+    EXPECT_EQ(qor_blas_idamin(&n, x.data(), &one), 1000);
+    x[5] = nan;
+    EXPECT_EQ(qor_blas_idamax(&n, x.data(), &one), 6);
+    // Stride 2: element k is x[2k]. A quiet NaN in the middle is passed over.
+    std::vector<double> y(2 * n, 0.25);
+    y[2 * 700] = nan;
+    y[2 * 900] = 7.0;
+    EXPECT_EQ(qor_blas_idamax(&n, y.data(), &two), 901);
+    // ... but a NaN first stays the best.
+    y[0] = nan;
+    EXPECT_EQ(qor_blas_idamax(&n, y.data(), &two), 1);
+    // Complex: a NaN part makes the element NaN.
+    std::vector<c64> z(300, c64(0.5, 0.5));
+    z[200] = c64(1.0, nan);
+    z[250] = c64(10.0, 10.0);
+    const i64 nz = 300;
+    EXPECT_EQ(qor_blas_izamax(&nz, z.data(), &one), 201);
+    std::vector<c32> zf(40, c32(0.5f, 0.5f));
+    zf[30] = c32(std::numeric_limits<float>::quiet_NaN(), 0.0f);
+    const i64 nzf = 40;
+    EXPECT_EQ(qor_blas_icamin(&nzf, zf.data(), &one), 31);
+  });
 }
 
 TEST(Level1Extreme, StrideAndLengthRules) {
-  double x[4] = {1, 5, 2, 3};
-  const i64 n4 = 4, n1 = 1, n0 = 0, one = 1, zero = 0, neg = -1;
-  EXPECT_EQ(qor_blas_idamax(&n4, x, &zero), 0);
-  EXPECT_EQ(qor_blas_idamax(&n4, x, &neg), 0);
-  EXPECT_EQ(qor_blas_idamax(&n0, x, &one), 0);
-  EXPECT_EQ(qor_blas_idamax(&n1, x, &one), 1);
-  EXPECT_EQ(qor_blas_idamax(&n1, x, &zero), 0);  // the stride test comes first
-  EXPECT_EQ(qor_blas_idamin(&n1, x, &neg), 0);
+  on_every_body([&] {
+    double x[4] = {1, 5, 2, 3};
+    const i64 n4 = 4, n1 = 1, n0 = 0, one = 1, zero = 0, neg = -1;
+    EXPECT_EQ(qor_blas_idamax(&n4, x, &zero), 0);
+    EXPECT_EQ(qor_blas_idamax(&n4, x, &neg), 0);
+    EXPECT_EQ(qor_blas_idamax(&n0, x, &one), 0);
+    EXPECT_EQ(qor_blas_idamax(&n1, x, &one), 1);
+    EXPECT_EQ(qor_blas_idamax(&n1, x, &zero), 0);  // the stride test comes first
+    EXPECT_EQ(qor_blas_idamin(&n1, x, &neg), 0);
+  }, false);
 }
 
 TEST(Level1Extreme, FloatingPointFlagsBeforeTheCallSurviveAndNewOnesAreKept) {
-  const unsigned saved = _mm_getcsr();
-  const i64 n = 100, one = 1;
-  std::vector<double> x(n, 1.0);
-  // Overflow raised before the call stays raised.
-  _mm_setcsr((saved & ~0x3Fu) | 0x08u);
-  qor_blas_idamax(&n, x.data(), &one);
-  EXPECT_EQ(_mm_getcsr() & 0x3Fu, 0x08u);
-  // The invalid flag raised by a NaN inside the call is kept.
-  _mm_setcsr(saved & ~0x3Fu);
-  x[40] = std::numeric_limits<double>::quiet_NaN();
-  EXPECT_EQ(qor_blas_idamax(&n, x.data(), &one), 41);
-  EXPECT_NE(_mm_getcsr() & 0x01u, 0u);
-  // Control bits (rounding mode) are left as they were.
-  _mm_setcsr((saved & ~0x3Fu & ~0x6000u) | 0x2000u);
-  x[40] = 1.0;
-  qor_blas_idamax(&n, x.data(), &one);
-  EXPECT_EQ(_mm_getcsr() & 0x6000u, 0x2000u);
-  _mm_setcsr(saved);
+  on_every_body([&] {
+    const unsigned saved = _mm_getcsr();
+    const i64 n = 100, one = 1;
+    std::vector<double> x(n, 1.0);
+    // Overflow raised before the call stays raised.
+    _mm_setcsr((saved & ~0x3Fu) | 0x08u);
+    qor_blas_idamax(&n, x.data(), &one);
+    EXPECT_EQ(_mm_getcsr() & 0x3Fu, 0x08u);
+    // The invalid flag raised by a NaN inside the call is kept.
+    _mm_setcsr(saved & ~0x3Fu);
+    x[40] = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EQ(qor_blas_idamax(&n, x.data(), &one), 41);
+    EXPECT_NE(_mm_getcsr() & 0x01u, 0u);
+    // Control bits (rounding mode) are left as they were.
+    _mm_setcsr((saved & ~0x3Fu & ~0x6000u) | 0x2000u);
+    x[40] = 1.0;
+    qor_blas_idamax(&n, x.data(), &one);
+    EXPECT_EQ(_mm_getcsr() & 0x6000u, 0x2000u);
+    _mm_setcsr(saved);
+  });
 }
 
 // ---- exported pieces, called in the kernel library directly ----------------

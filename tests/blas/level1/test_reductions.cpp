@@ -84,10 +84,12 @@ void check_dots() {
 }
 
 TEST(Level1Reductions, DotProductsMatchTheReference) {
-  check_dots<float>();
-  check_dots<double>();
-  check_dots<c32>();
-  check_dots<c64>();
+  on_every_body([&] {
+    check_dots<float>();
+    check_dots<double>();
+    check_dots<c32>();
+    check_dots<c64>();
+  });
 }
 
 TEST(Level1Reductions, ExtendedAccumulationDots) {
@@ -114,38 +116,73 @@ TEST(Level1Reductions, ExtendedAccumulationDots) {
 }
 
 TEST(Level1Reductions, DotsRepeatBitForBit) {
-  qor::test::Rng rng(9);
-  for (std::size_t ox : offsets())
-    for (std::size_t oy : offsets()) {
-      const i64 n = 1001, one = 1;
-      Vec<double> x(n, 1, ox), y(n, 1, oy);
-      x.fill(rng);
-      y.fill(rng);
-      const double first = qor_blas_ddot(&n, x.ptr(), &one, y.ptr(), &one);
-      for (int rep = 0; rep < 3; ++rep) EXPECT_TRUE(same_bits(first, qor_blas_ddot(&n, x.ptr(), &one, y.ptr(), &one)));
-      Vec<float> fx(n, 1, ox), fy(n, 1, oy);
-      fx.fill(rng);
-      fy.fill(rng);
-      const float ff = qor_blas_sdot(&n, fx.ptr(), &one, fy.ptr(), &one);
-      EXPECT_TRUE(same_bits(ff, qor_blas_sdot(&n, fx.ptr(), &one, fy.ptr(), &one)));
-      const float fn = qor_blas_snrm2(&n, fx.ptr(), &one);
-      EXPECT_TRUE(same_bits(fn, qor_blas_snrm2(&n, fx.ptr(), &one)));
-    }
+  on_every_body([&] {
+    qor::test::Rng rng(9);
+    for (std::size_t ox : offsets())
+      for (std::size_t oy : offsets()) {
+        const i64 n = 1001, one = 1;
+        Vec<double> x(n, 1, ox), y(n, 1, oy);
+        x.fill(rng);
+        y.fill(rng);
+        const double first = qor_blas_ddot(&n, x.ptr(), &one, y.ptr(), &one);
+        for (int rep = 0; rep < 3; ++rep)
+          EXPECT_TRUE(same_bits(first, qor_blas_ddot(&n, x.ptr(), &one, y.ptr(), &one)));
+        Vec<float> fx(n, 1, ox), fy(n, 1, oy);
+        fx.fill(rng);
+        fy.fill(rng);
+        const float ff = qor_blas_sdot(&n, fx.ptr(), &one, fy.ptr(), &one);
+        EXPECT_TRUE(same_bits(ff, qor_blas_sdot(&n, fx.ptr(), &one, fy.ptr(), &one)));
+        const float fn = qor_blas_snrm2(&n, fx.ptr(), &one);
+        EXPECT_TRUE(same_bits(fn, qor_blas_snrm2(&n, fx.ptr(), &one)));
+      }
+  });
 }
 
-TEST(Level1Reductions, ResultsDoNotDependOnTheProcessorPath) {
+// In a reproducible mode (any mode but the automatic 1) the processor class
+// does not change a result: no 512-bit body is taken, and every path gives
+// the bits of the baseline, whose summation order is fixed.
+TEST(Level1Reductions, ReproducibleModeGivesTheSameBitsOnEveryPath) {
   qor::test::Rng rng(10);
   const i64 n = 777, one = 1;
   Vec<double> x(n, 1, 8), y(n, 1, 0);
   x.fill(rng);
   y.fill(rng);
-  double base = 0;
+  Vec<c64> z(n, 1, 0);
+  z.fill(rng);
+  struct Got {
+    double dot, asum, nrm2;
+    c64 zdot;
+    i64 amax;
+  };
+  auto run = [&] {
+    Got g;
+    g.dot = qor_blas_ddot(&n, x.ptr(), &one, y.ptr(), &one);
+    g.asum = qor_blas_dasum(&n, x.ptr(), &one);
+    g.nrm2 = qor_blas_dnrm2(&n, x.ptr(), &one);
+    qor_blas_zdotc(&g.zdot, &n, z.ptr(), &one, z.ptr(), &one);
+    g.amax = qor_blas_idamax(&n, x.ptr(), &one);
+    return g;
+  };
+  qor_set_cbwr(2);
+  Got base{};
   bool first = true;
-  qor::test::on_every_path([&](int) {
-    double d = qor_blas_ddot(&n, x.ptr(), &one, y.ptr(), &one) + qor_blas_dasum(&n, x.ptr(), &one);
-    if (first) base = d;
+  qor::test::on_every_path([&](int p) {
+    const std::int64_t wide_hits = qor_cpu_path_hits(QOR_CPU_PATH_AVX512);
+    Got g = run();
+    if (first) base = g;
     first = false;
-    EXPECT_TRUE(same_bits(base, d));
+    EXPECT_TRUE(same_bits(base.dot, g.dot) && same_bits(base.asum, g.asum) && same_bits(base.nrm2, g.nrm2) &&
+                same_bits(base.zdot, g.zdot) && base.amax == g.amax);
+    if (p == QOR_CPU_PATH_AVX512) EXPECT_EQ(qor_cpu_path_hits(p), wide_hits) << "a 512-bit body was taken";
+  });
+  qor_set_cbwr(1);
+  // The automatic mode may take the 512-bit bodies again, within the same
+  // bounds (checked against the reference above); the index is exact.
+  qor::test::on_every_path([&](int) {
+    Got g = run();
+    EXPECT_NEAR(g.dot, base.dot, sum_tol<double>(n, 1.0 * n));
+    EXPECT_NEAR(g.nrm2, base.nrm2, sum_tol<double>(n, base.nrm2));
+    EXPECT_EQ(g.amax, base.amax);
   });
 }
 
@@ -177,59 +214,109 @@ void check_asum_nrm2() {
 }
 
 TEST(Level1Reductions, AsumAndNrm2MatchTheReference) {
-  check_asum_nrm2<float>();
-  check_asum_nrm2<double>();
-  check_asum_nrm2<c32>();
-  check_asum_nrm2<c64>();
+  on_every_body([&] {
+    check_asum_nrm2<float>();
+    check_asum_nrm2<double>();
+    check_asum_nrm2<c32>();
+    check_asum_nrm2<c64>();
+  });
+}
+
+// The baseline binary64 norms keep one scale and one sum of squares, fed one
+// value at a time in storage order: a result fixed to the bit. Values of
+// mixed magnitudes (new scales early and late), zeros, and both real and
+// complex, contiguous and strided.
+TEST(Level1Reductions, BaselineNormsFollowTheScaledRecurrenceBitForBit) {
+  auto recurrence = [](const std::vector<double>& v) {
+    double scale = 0, ssq = 1;
+    for (double e : v) {
+      if (e == 0) continue;
+      const double a = std::fabs(e);
+      if (a > scale) {
+        ssq = 1 + ssq * ((scale / a) * (scale / a));
+        scale = a;
+      } else {
+        ssq += (a / scale) * (a / scale);
+      }
+    }
+    return std::sqrt(ssq) * scale;
+  };
+  qor::test::PathGuard guard(QOR_CPU_PATH_BASELINE);
+  qor::test::Rng rng(12);
+  for (i64 n : {2, 7, 8, 9, 16, 31, 64, 100, 1001})
+    for (i64 inc : {1, -1, 3}) {
+      Vec<double> x(n, inc, 8);
+      Vec<c64> z(n, inc, 0);
+      std::vector<double> xs, zs;
+      for (i64 i = 0; i < n; ++i) {
+        // Magnitudes over twelve decades; every seventh value zero.
+        auto value = [&] { return i % 7 == 3 ? 0.0 : rng.next() * std::pow(10.0, 12.0 * rng.next()); };
+        x.set_slot(i * (inc < 0 ? -inc : inc), value());
+        const double re = value(), im = value();
+        z.set_slot(i * (inc < 0 ? -inc : inc), c64(re, im));
+      }
+      for (i64 k = 0; k < n; ++k) {
+        xs.push_back(x.slot(k * (inc < 0 ? -inc : inc)));
+        const c64 e = z.slot(k * (inc < 0 ? -inc : inc));
+        zs.push_back(e.real());
+        zs.push_back(e.imag());
+      }
+      EXPECT_TRUE(same_bits(qor_blas_dnrm2(&n, x.ptr(), &inc), recurrence(xs))) << n << " " << inc;
+      EXPECT_TRUE(same_bits(qor_blas_dznrm2(&n, z.ptr(), &inc), recurrence(zs))) << n << " " << inc;
+    }
 }
 
 TEST(Level1Reductions, NormOfInfinitiesAndExtremeValues) {
-  const double inf = std::numeric_limits<double>::infinity();
-  const i64 one = 1;
-  double x[4] = {1.0, inf, 2.0, 3.0};
-  i64 n = 4;
-  EXPECT_EQ(qor_blas_dnrm2(&n, x, &one), inf);
-  x[3] = -inf;
-  EXPECT_TRUE(std::isnan(qor_blas_dnrm2(&n, x, &one)));
-  c64 z[2] = {c64(inf, 1.0), c64(2.0, inf)};
-  n = 2;
-  EXPECT_TRUE(std::isnan(qor_blas_dznrm2(&n, z, &one)));
-  n = 1;
-  EXPECT_EQ(qor_blas_dznrm2(&n, z, &one), inf);
-  // Scaling keeps huge and tiny values exact enough.
-  double big[3] = {3e300, 4e300, 0.0}, tiny[2] = {3e-310, 4e-310};
-  n = 3;
-  EXPECT_NEAR(qor_blas_dnrm2(&n, big, &one), 5e300, 5e300 * 1e-15);
-  n = 2;
-  EXPECT_NEAR(qor_blas_dnrm2(&n, tiny, &one), 5e-310, 1e-323);
-  n = 1;
-  const double neg = -7.5;
-  EXPECT_EQ(qor_blas_dnrm2(&n, &neg, &one), 7.5);
+  on_every_body([&] {
+    const double inf = std::numeric_limits<double>::infinity();
+    const i64 one = 1;
+    double x[4] = {1.0, inf, 2.0, 3.0};
+    i64 n = 4;
+    EXPECT_EQ(qor_blas_dnrm2(&n, x, &one), inf);
+    x[3] = -inf;
+    EXPECT_TRUE(std::isnan(qor_blas_dnrm2(&n, x, &one)));
+    c64 z[2] = {c64(inf, 1.0), c64(2.0, inf)};
+    n = 2;
+    EXPECT_TRUE(std::isnan(qor_blas_dznrm2(&n, z, &one)));
+    n = 1;
+    EXPECT_EQ(qor_blas_dznrm2(&n, z, &one), inf);
+    // Scaling keeps huge and tiny values exact enough.
+    double big[3] = {3e300, 4e300, 0.0}, tiny[2] = {3e-310, 4e-310};
+    n = 3;
+    EXPECT_NEAR(qor_blas_dnrm2(&n, big, &one), 5e300, 5e300 * 1e-15);
+    n = 2;
+    EXPECT_NEAR(qor_blas_dnrm2(&n, tiny, &one), 5e-310, 1e-323);
+    n = 1;
+    const double neg = -7.5;
+    EXPECT_EQ(qor_blas_dnrm2(&n, &neg, &one), 7.5);
 
-  // Binary32 squares are summed in binary64: no overflow before the end.
-  float f[2] = {2e38f, 2e38f};
-  n = 2;
-  EXPECT_NEAR(qor_blas_snrm2(&n, f, &one), 2.8284271e38f, 1e32f);
-  f[1] = 3e38f;
-  f[0] = 3e38f;
-  EXPECT_EQ(qor_blas_snrm2(&n, f, &one), std::numeric_limits<float>::infinity());
-  c32 cf[1] = {c32(2e38f, 2e38f)};
-  n = 1;
-  EXPECT_NEAR(qor_blas_scnrm2(&n, cf, &one), 2.8284271e38f, 1e32f);
+    // Binary32 squares are summed in binary64: no overflow before the end.
+    float f[2] = {2e38f, 2e38f};
+    n = 2;
+    EXPECT_NEAR(qor_blas_snrm2(&n, f, &one), 2.8284271e38f, 1e32f);
+    f[1] = 3e38f;
+    f[0] = 3e38f;
+    EXPECT_EQ(qor_blas_snrm2(&n, f, &one), std::numeric_limits<float>::infinity());
+    c32 cf[1] = {c32(2e38f, 2e38f)};
+    n = 1;
+    EXPECT_NEAR(qor_blas_scnrm2(&n, cf, &one), 2.8284271e38f, 1e32f);
+  });
 }
 
 TEST(Level1Reductions, EmptyVectorsGiveZeroAndComplexDotsStoreIt) {
-  const i64 zero = 0, neg = -3, one = 1;
-  double x[2] = {1, 2};
-  EXPECT_EQ(qor_blas_ddot(&zero, x, &one, x, &one), 0.0);
-  EXPECT_EQ(qor_blas_dasum(&neg, x, &one), 0.0);
-  EXPECT_EQ(qor_blas_dnrm2(&zero, x, &one), 0.0);
-  c64 z[1] = {c64(1, 1)}, r(5, 5);
-  qor_blas_zdotc(&r, &neg, z, &one, z, &one);
-  EXPECT_EQ(r, c64(0, 0));
-  c32 zf[1] = {c32(1, 1)}, rf(5, 5);
-  qor_blas_cdotu(&rf, &zero, zf, &one, zf, &one);
-  EXPECT_EQ(rf, c32(0, 0));
+  on_every_body([&] {
+    const i64 zero = 0, neg = -3, one = 1;
+    double x[2] = {1, 2};
+    EXPECT_EQ(qor_blas_ddot(&zero, x, &one, x, &one), 0.0);
+    EXPECT_EQ(qor_blas_dasum(&neg, x, &one), 0.0);
+    EXPECT_EQ(qor_blas_dnrm2(&zero, x, &one), 0.0);
+    c64 z[1] = {c64(1, 1)}, r(5, 5);
+    qor_blas_zdotc(&r, &neg, z, &one, z, &one);
+    EXPECT_EQ(r, c64(0, 0));
+    c32 zf[1] = {c32(1, 1)}, rf(5, 5);
+    qor_blas_cdotu(&rf, &zero, zf, &one, zf, &one);
+    EXPECT_EQ(rf, c32(0, 0));
+  }, false);
 }
 
 }  // namespace

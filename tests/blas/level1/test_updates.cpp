@@ -96,10 +96,12 @@ void check_axpy_family() {
 }
 
 TEST(Level1Updates, AxpyAxpbyCopySwapRotMatchTheReference) {
-  check_axpy_family<float>();
-  check_axpy_family<double>();
-  check_axpy_family<c32>();
-  check_axpy_family<c64>();
+  on_every_body([&] {
+    check_axpy_family<float>();
+    check_axpy_family<double>();
+    check_axpy_family<c32>();
+    check_axpy_family<c64>();
+  });
 }
 
 template <class T>
@@ -126,10 +128,12 @@ void check_scal() {
 }
 
 TEST(Level1Updates, ScalMatchesTheReferenceForEveryStrideIncludingNegativeOnes) {
-  check_scal<float>();
-  check_scal<double>();
-  check_scal<c32>();
-  check_scal<c64>();
+  on_every_body([&] {
+    check_scal<float>();
+    check_scal<double>();
+    check_scal<c32>();
+    check_scal<c64>();
+  });
 }
 
 template <class T>
@@ -189,29 +193,33 @@ TEST(Level1Updates, ComplexRotationWithComplexSine) {
 
 // The deliberate departures from the reference BLAS in the updates.
 TEST(Level1Updates, ScaleByZeroKeepsNaNAndTurnsInfinityIntoNaN) {
-  const double inf = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN();
-  double x[5] = {1.0, nan, inf, -inf, -2.0};
-  const double zero = 0.0;
-  const i64 n = 5, inc = 1;
-  qor_blas_dscal(&n, &zero, x, &inc);
-  EXPECT_EQ(x[0], 0.0);
-  EXPECT_TRUE(std::isnan(x[1]));
-  EXPECT_TRUE(std::isnan(x[2]));
-  EXPECT_TRUE(std::isnan(x[3]));
-  EXPECT_EQ(x[4], 0.0);
+  on_every_body([&] {
+    const double inf = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN();
+    double x[5] = {1.0, nan, inf, -inf, -2.0};
+    const double zero = 0.0;
+    const i64 n = 5, inc = 1;
+    qor_blas_dscal(&n, &zero, x, &inc);
+    EXPECT_EQ(x[0], 0.0);
+    EXPECT_TRUE(std::isnan(x[1]));
+    EXPECT_TRUE(std::isnan(x[2]));
+    EXPECT_TRUE(std::isnan(x[3]));
+    EXPECT_EQ(x[4], 0.0);
+  });
 }
 
 TEST(Level1Updates, AxpyWithNaNAlphaUpdatesYAndWithZeroAlphaLeavesIt) {
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  for (i64 inc : {1, 2}) {
-    double x[8] = {1, nan, 3, 4, 5, 6, 7, 8}, y[8] = {1, 1, 1, 1, 1, 1, 1, 1};
-    const i64 n = 8 / inc;
-    const double zero = 0.0;
-    qor_blas_daxpy(&n, &zero, x, &inc, y, &inc);
-    for (double v : y) EXPECT_EQ(v, 1.0);
-    qor_blas_daxpy(&n, &nan, x, &inc, y, &inc);
-    for (i64 i = 0; i < n; ++i) EXPECT_TRUE(std::isnan(y[i * inc]));
-  }
+  on_every_body([&] {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    for (i64 inc : {1, 2}) {
+      double x[8] = {1, nan, 3, 4, 5, 6, 7, 8}, y[8] = {1, 1, 1, 1, 1, 1, 1, 1};
+      const i64 n = 8 / inc;
+      const double zero = 0.0;
+      qor_blas_daxpy(&n, &zero, x, &inc, y, &inc);
+      for (double v : y) EXPECT_EQ(v, 1.0);
+      qor_blas_daxpy(&n, &nan, x, &inc, y, &inc);
+      for (i64 i = 0; i < n; ++i) EXPECT_TRUE(std::isnan(y[i * inc]));
+    }
+  });
 }
 
 // The complex axpy of the band solves (xcaxpy_a, xzaxpy_a, reached in the
@@ -250,9 +258,11 @@ void check_axpy_without_zero_test(const qor::test::Member& m) {
 }
 
 TEST(Level1Updates, ComplexAxpyWithoutTheZeroTest) {
-  qor::test::Member m;
-  check_axpy_without_zero_test<c32>(m);
-  check_axpy_without_zero_test<c64>(m);
+  on_every_body([&] {
+    qor::test::Member m;
+    check_axpy_without_zero_test<c32>(m);
+    check_axpy_without_zero_test<c64>(m);
+  });
 }
 
 TEST(Level1Updates, AxpbyBetaZeroOverwritesNaNAndAlphaZeroBetaOneReturns) {
@@ -274,35 +284,39 @@ TEST(Level1Updates, AxpbyBetaZeroOverwritesNaNAndAlphaZeroBetaOneReturns) {
 }
 
 TEST(Level1Updates, ZeroStrideDestinationsAreUpdatedInOrder) {
-  // y with stride 0 receives every term in turn, as a plain loop would.
-  const i64 n = 100000, one = 1, zero = 0;
-  std::vector<double> x(n, 0.5);
-  double y = 1.0, want = 1.0;
-  const double alpha = 3.0;
-  for (i64 i = 0; i < n; ++i) want += alpha * 0.5;
-  qor_blas_daxpy(&n, &alpha, x.data(), &one, &y, &zero);
-  EXPECT_EQ(y, want);
+  on_every_body([&] {
+    // y with stride 0 receives every term in turn, as a plain loop would.
+    const i64 n = 100000, one = 1, zero = 0;
+    std::vector<double> x(n, 0.5);
+    double y = 1.0, want = 1.0;
+    const double alpha = 3.0;
+    for (i64 i = 0; i < n; ++i) want += alpha * 0.5;
+    qor_blas_daxpy(&n, &alpha, x.data(), &one, &y, &zero);
+    EXPECT_EQ(y, want);
+  }, false);
 }
 
 TEST(Level1Updates, LongVectorsSplitAcrossThreadsGiveTheSameBits) {
-  // Above the split threshold the core runs the kernels on several threads.
-  qor::test::Rng rng(5);
-  for (i64 inc : {1, -1, 3, -2}) {
-    const i64 n = (1 << 17) + 37;
-    Vec<double> x(n, inc, 8), y(n, -inc, 0);
-    x.fill(rng);
-    y.fill(rng);
-    auto want = y.all();
-    const double a = 1.0 / 3.0;
-    for (i64 i = 0; i < n; ++i) want[y.pos(i)] += a * x[i];
-    i64 iy = -inc;
-    qor_blas_daxpy(&n, &a, x.ptr(), &inc, y.ptr(), &iy);
-    ASSERT_TRUE(same_storage(y, want)) << "axpy inc=" << inc;
-    auto wantx = x.all();
-    for (i64 i = 0; i < n; ++i) wantx[x.pos(i)] *= a;
-    qor_blas_dscal(&n, &a, x.ptr(), &inc);
-    ASSERT_TRUE(same_storage(x, wantx)) << "scal inc=" << inc;
-  }
+  on_every_body([&] {
+    // Above the split threshold the core runs the kernels on several threads.
+    qor::test::Rng rng(5);
+    for (i64 inc : {1, -1, 3, -2}) {
+      const i64 n = (1 << 17) + 37;
+      Vec<double> x(n, inc, 8), y(n, -inc, 0);
+      x.fill(rng);
+      y.fill(rng);
+      auto want = y.all();
+      const double a = 1.0 / 3.0;
+      for (i64 i = 0; i < n; ++i) want[y.pos(i)] += a * x[i];
+      i64 iy = -inc;
+      qor_blas_daxpy(&n, &a, x.ptr(), &inc, y.ptr(), &iy);
+      ASSERT_TRUE(same_storage(y, want)) << "axpy inc=" << inc;
+      auto wantx = x.all();
+      for (i64 i = 0; i < n; ++i) wantx[x.pos(i)] *= a;
+      qor_blas_dscal(&n, &a, x.ptr(), &inc);
+      ASSERT_TRUE(same_storage(x, wantx)) << "scal inc=" << inc;
+    }
+  });
 }
 
 TEST(Level1Updates, RotmAppliesEachFlagForm) {

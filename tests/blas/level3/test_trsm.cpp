@@ -2,6 +2,8 @@
 // combination and case, sizes on both sides of the block and leaf cuts,
 // alpha 0, subnormal diagonals, empty problems, failed allocations.
 #include <cmath>
+#include <cstring>
+#include <vector>
 #include <string>
 
 #include "ref.h"
@@ -80,6 +82,39 @@ TYPED_TEST(Trsm, LeafEdgesOnEveryPath) {
                             from<T>(1), g);
             }
   });
+}
+
+// On a processor tier other than 0 a dedicated member would serve the
+// processor, and this one takes its baseline bodies everywhere, the vector
+// leaves of the solve included: every path gives the baseline path's bits,
+// and no path is asked for.
+TYPED_TEST(Trsm, NonzeroTierTakesTheBaselineBodyOnEveryPath) {
+  using T = TypeParam;
+  Rng g(31);
+  // Triangles small enough for the vector leaves, on both sides.
+  const Mat<T> a = tri_mat<T>(9, g);
+  const Mat<T> left = random_mat<T>(9, 6, g), right = random_mat<T>(6, 9, g);
+  std::vector<Mat<T>> first;
+  for (int p : qor::test::runnable_paths()) {
+    SCOPED_TRACE(qor_cpu_path_name(p));
+    qor::test::PathGuard guard(p);
+    qor_set_cpu_tier(3);
+    const std::int64_t before = qor_cpu_path_hits(p);
+    std::vector<Mat<T>> got;
+    for (char uplo : {'L', 'U'})
+      for (char trans : {'N', 'T'}) {
+        Mat<T> b = left, c = right;
+        trsm<T>('L', uplo, trans, 'N', from<T>(1), a, b);
+        trsm<T>('R', uplo, trans, 'N', from<T>(1), a, c);
+        got.push_back(b);
+        got.push_back(c);
+      }
+    qor_set_cpu_tier(-1);
+    EXPECT_EQ(qor_cpu_path_hits(p), before) << "a tuned body was asked for";
+    if (first.empty()) first = got;
+    for (std::size_t k = 0; k < got.size(); ++k)
+      EXPECT_EQ(std::memcmp(got[k].data(), first[k].data(), got[k].v.size() * sizeof(T)), 0) << "case " << k;
+  }
 }
 
 // A zero on the diagonal is not checked for: the solve goes on through the

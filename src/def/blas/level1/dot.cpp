@@ -4,6 +4,7 @@
 // same on every run for the same inputs and alignments.
 #include "blas/level1/api.h"
 #include "blas/level1/common.h"
+#include "blas/level1/wide.h"
 
 QOR_ISA_BEGIN
 namespace l1 {
@@ -166,11 +167,15 @@ QOR_ISA_END
 using namespace qor::QOR_ISA_NAME::l1;
 using qor::i64;
 
+namespace wide = qor::avx512::l1w;
+
 QOR_DEF_API float qor_blas_def_xsdot(const i64* n, const float* x, const i64* incx, const float* y, const i64* incy) {
+  if (*n > 0 && unit_pair(*incx, *incy) && wide_body()) return wide::dot<float>(*n, x, y);
   return dot<float>(*n, re_ptr(x), *incx, re_ptr(y), *incy);
 }
 QOR_DEF_API double qor_blas_def_xddot(const i64* n, const double* x, const i64* incx, const double* y,
                                       const i64* incy) {
+  if (*n > 0 && unit_pair(*incx, *incy) && wide_body()) return wide::dot<double>(*n, x, y);
   return dot<double>(*n, re_ptr(x), *incx, re_ptr(y), *incy);
 }
 QOR_DEF_API float qor_blas_def_xsdsdot(const i64* n, const float* sb, const float* x, const i64* incx,
@@ -185,7 +190,15 @@ QOR_DEF_API double qor_blas_def_xdsdot(const i64* n, const float* x, const i64* 
 #define QOR_L1_CDOT(name, T, conj)                                                                           \
   QOR_DEF_API void qor_blas_def_##name(T* res, const i64* n, const T* x, const i64* incx, const T* y,        \
                                        const i64* incy) {                                                    \
-    cdot<qor::real_t<T>, conj>(re_ptr(res), *n, re_ptr(x), *incx, re_ptr(y), *incy);                        \
+    using R = qor::real_t<T>;                                                                                \
+    if (*n > 0 && unit_pair(*incx, *incy) && wide_body()) {                                                  \
+      R r[2];                                                                                                \
+      wide::cdot<R, conj>(r, *n, reinterpret_cast<const R*>(x), reinterpret_cast<const R*>(y));              \
+      re_ptr(res)[0] = r[0];                                                                                 \
+      re_ptr(res)[1] = r[1];                                                                                 \
+      return;                                                                                                \
+    }                                                                                                        \
+    cdot<R, conj>(re_ptr(res), *n, re_ptr(x), *incx, re_ptr(y), *incy);                                      \
   }
 QOR_L1_CDOT(xcdotc, qor::c32, true)
 QOR_L1_CDOT(xcdotu, qor::c32, false)

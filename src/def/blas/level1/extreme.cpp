@@ -14,6 +14,7 @@
 
 #include "blas/level1/api.h"
 #include "blas/level1/common.h"
+#include "blas/level1/wide.h"
 
 QOR_ISA_BEGIN
 namespace l1 {
@@ -298,9 +299,19 @@ QOR_ISA_END
 using namespace qor::QOR_ISA_NAME::l1;
 using qor::i64;
 
+// The real index-of-largest routines take the 512-bit body for unit
+// strides (it follows the same value, place, NaN and flag rules).
+template <class T>
+i64 largest_place(i64 n, const T* x, i64 incx) {
+  if constexpr (!qor::is_complex_v<T>) {
+    if (n > 1 && incx == 1 && wide_body()) return qor::avx512::l1w::iamax<T>(n, x);
+  }
+  return extreme_place<T, true>(n, re_ptr(x), incx);
+}
+
 #define QOR_L1_EXTREME(l, T)                                                                                   \
   QOR_DEF_API i64 qor_blas_def_xi##l##amax(const i64* n, const T* x, const i64* incx) {                        \
-    return extreme_place<T, true>(*n, re_ptr(x), *incx);                                                        \
+    return largest_place<T>(*n, x, *incx);                                                                      \
   }                                                                                                            \
   QOR_DEF_API i64 qor_blas_def_xi##l##amin(const i64* n, const T* x, const i64* incx) {                        \
     return extreme_place<T, false>(*n, re_ptr(x), *incx);                                                       \

@@ -6,6 +6,7 @@
 
 #include "blas/level1/api.h"
 #include "blas/level1/common.h"
+#include "blas/level1/wide.h"
 
 QOR_ISA_BEGIN
 namespace l1 {
@@ -97,6 +98,33 @@ inline void ssq_step(R v, R& scale, R& ssq) {
   }
 }
 
+// Eight consecutive values through the recurrence. While none of them is
+// above the scale (and the scale is set), every step is the plain one,
+// ssq += (|v| / scale)^2, and a zero adds an exact 0 where the scalar step
+// skips it: the quotients and squares are formed two at a time, and only
+// the sums stay one after the other, in order, so the bits are those of the
+// scalar steps. A value above the scale, or a NaN, takes the scalar steps.
+inline void ssq_block8(cep<double> v, double& scale, double& ssq) {
+  using S = simd<double>;
+  using reg = S::reg;
+  reg a[4];
+  for (int k = 0; k < 4; ++k) a[k] = S::abs(S::loadu(v + 2 * k));
+  const reg s = S::set1(scale);
+  // Lanes not above the scale, NaN excluded (ordered compare).
+  const int within = _mm_movemask_pd(_mm_and_pd(_mm_and_pd(_mm_cmple_pd(a[0], s), _mm_cmple_pd(a[1], s)),
+                                                _mm_and_pd(_mm_cmple_pd(a[2], s), _mm_cmple_pd(a[3], s))));
+  if (within != 3 || !(scale > 0.0)) {
+    for (int k = 0; k < 8; ++k) ssq_step(v[k], scale, ssq);
+    return;
+  }
+  alignas(16) double sq[8];
+  for (int k = 0; k < 4; ++k) {
+    reg r = _mm_div_pd(a[k], s);
+    _mm_store_pd(sq + 2 * k, S::mul(r, r));
+  }
+  for (int k = 0; k < 8; ++k) ssq += sq[k];
+}
+
 // Binary64 norm by the scaled recurrence, no pass for the maximum. `parts`
 // is 1 for a real vector, 2 for a complex one (real part, then imaginary).
 template <int Parts>
@@ -108,8 +136,8 @@ double nrm2_scaled(i64 n, cep<double> x, i64 incx) {
   i64 i = 0;
   constexpr i64 U = Parts == 1 ? 8 : 4;
   if (inc == Parts) {
-    for (; i + U <= n; i += U)
-      for (i64 k = 0; k < U * Parts; ++k) ssq_step(x[i * Parts + k], scale, ssq);
+    // U elements are eight consecutive values.
+    for (; i + U <= n; i += U) ssq_block8(x + i * Parts, scale, ssq);
   } else {
     for (; i + U <= n; i += U)
       for (i64 k = 0; k < U; ++k)
@@ -228,15 +256,26 @@ QOR_DEF_API float qor_blas_def_xscasum(const i64* n, const qor::c32* x, const i6
 QOR_DEF_API double qor_blas_def_xdzasum(const i64* n, const qor::c64* x, const i64* incx) {
   return casum<double>(*n, re_ptr(x), *incx);
 }
+// The 512-bit bodies take unit strides (+1 or -1: the set of elements is
+// the same) from two values up; a single real value is its own magnitude.
+namespace wide = qor::avx512::l1w;
+namespace {
+bool wide_norm(i64 values, i64 incx) { return values > 1 && (incx == 1 || incx == -1) && wide_body(); }
+}  // namespace
+
 QOR_DEF_API float qor_blas_def_xsnrm2(const i64* n, const float* x, const i64* incx) {
+  if (wide_norm(*n, *incx)) return wide::snrm2(*n, x);
   return snrm2(*n, re_ptr(x), *incx);
 }
 QOR_DEF_API double qor_blas_def_xdnrm2(const i64* n, const double* x, const i64* incx) {
+  if (wide_norm(*n, *incx)) return wide::dnrm2(*n, x);
   return nrm2_scaled<1>(*n, re_ptr(x), *incx);
 }
 QOR_DEF_API float qor_blas_def_xscnrm2(const i64* n, const qor::c32* x, const i64* incx) {
+  if (*n > 0 && wide_norm(2 * *n, *incx)) return wide::snrm2(2 * *n, reinterpret_cast<const float*>(x));
   return scnrm2(*n, re_ptr(x), *incx);
 }
 QOR_DEF_API double qor_blas_def_xdznrm2(const i64* n, const qor::c64* x, const i64* incx) {
+  if (*n > 0 && wide_norm(2 * *n, *incx)) return wide::dnrm2(2 * *n, reinterpret_cast<const double*>(x));
   return nrm2_scaled<2>(*n, re_ptr(x), *incx);
 }

@@ -8,6 +8,7 @@
 
 #include "blas/level1/api.h"
 #include "blas/level1/common.h"
+#include "blas/level1/wide.h"
 
 QOR_ISA_BEGIN
 namespace l1 {
@@ -362,20 +363,28 @@ using qor::c32;
 using qor::c64;
 using qor::i64;
 
+namespace wide = qor::avx512::l1w;
+
 // axpy
 QOR_DEF_API void qor_blas_def_xsaxpy(const i64* n, const float* alpha, const float* x, const i64* incx, float* y,
                                      const i64* incy) {
+  if (*n > 0 && *alpha != 0.0f && unit_pair(*incx, *incy) && wide_body()) return wide::axpy<float>(*n, *alpha, x, y);
   axpy<float>(*n, *alpha, re_ptr(x), *incx, re_ptr(y), *incy);
 }
 QOR_DEF_API void qor_blas_def_xdaxpy(const i64* n, const double* alpha, const double* x, const i64* incx, double* y,
                                      const i64* incy) {
+  if (*n > 0 && *alpha != 0.0 && unit_pair(*incx, *incy) && wide_body()) return wide::axpy<double>(*n, *alpha, x, y);
   axpy<double>(*n, *alpha, re_ptr(x), *incx, re_ptr(y), *incy);
 }
 #define QOR_L1_CAXPY(name, T, check)                                                                         \
   QOR_DEF_API void qor_blas_def_##name(const i64* n, const T* alpha, const T* x, const i64* incx, T* y,      \
                                        const i64* incy) {                                                    \
-    qor::real_t<T> a[2] = {alpha->real(), alpha->imag()};                                                    \
-    caxpy<qor::real_t<T>, check>(*n, a, re_ptr(x), *incx, re_ptr(y), *incy);                               \
+    using R = qor::real_t<T>;                                                                                \
+    R a[2] = {alpha->real(), alpha->imag()};                                                                 \
+    const bool zero = check && a[0] == R(0) && a[1] == R(0);                                                 \
+    if (*n > 0 && !zero && unit_pair(*incx, *incy) && wide_body())                                          \
+      return wide::caxpy<R>(*n, a, reinterpret_cast<const R*>(x), reinterpret_cast<R*>(y));                  \
+    caxpy<R, check>(*n, a, re_ptr(x), *incx, re_ptr(y), *incy);                                              \
   }
 QOR_L1_CAXPY(xcaxpy, c32, true)
 QOR_L1_CAXPY(xzaxpy, c64, true)
@@ -402,9 +411,11 @@ QOR_L1_CAXPBY(xzaxpby, c64)
 
 // scal
 QOR_DEF_API void qor_blas_def_xsscal(const i64* n, const float* alpha, float* x, const i64* incx) {
+  if (*n > 0 && (*incx == 1 || *incx == -1) && wide_body()) return wide::scal<float>(*n, *alpha, x);
   scal<float>(*n, *alpha, re_ptr(x), *incx);
 }
 QOR_DEF_API void qor_blas_def_xdscal(const i64* n, const double* alpha, double* x, const i64* incx) {
+  if (*n > 0 && (*incx == 1 || *incx == -1) && wide_body()) return wide::scal<double>(*n, *alpha, x);
   scal<double>(*n, *alpha, re_ptr(x), *incx);
 }
 QOR_DEF_API void qor_blas_def_xcscal(const i64* n, const c32* alpha, c32* x, const i64* incx) {

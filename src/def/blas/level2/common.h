@@ -5,6 +5,7 @@
 #pragma once
 #include <cstdint>
 
+#include "frame/body.h"
 #include "frame/export.h"
 #include "frame/isa.h"
 #include "frame/services.h"
@@ -23,9 +24,9 @@ inline constexpr int kAlign = 64;
 template <class T>
 using R = real_t<T>;
 
-// The Zen-class body (AVX2 and FMA) serves a Zen-class processor when this
-// generic member serves the processor at all (tier 0).
-inline bool use_zen() { return qor_serv_cpu_detect() == 0 && qor_serv_cpuiszen() != 0; }
+// The Zen-class body (AVX2 and FMA) serves where the frame's rule gives it
+// (frame/body.h): Zen- and 512-bit-class processors at tier 0.
+inline bool use_zen() { return choose_body<bodies_of<Body::zen>>() == Body::zen; }
 
 // Complex product by the plain formula, as the reference BLAS computes it
 // (no rescue of infinities through the library's slow path).

@@ -17,6 +17,7 @@
 #include "blas/level3/elem.h"
 #include "blas/level3/gemm_ops.h"
 #include "blas/level3/trsm_simd.h"
+#include "frame/body.h"
 #include "frame/services.h"
 
 QOR_ISA_BEGIN
@@ -151,7 +152,9 @@ template <class T>
 bool vector_leaf(const Tri& t, bool lower, bool trans, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
   const i64 tri = t.left ? m : n;
   if (tri > ::qor::trsm_simd::kMaxTri) return false;
-  if (qor_serv_cpuiszen() == 0 && qor_serv_cpuisbulldozer() == 0) return false;
+  // The vector leaves are AVX and FMA code (built for the Bulldozer class),
+  // which the Zen and 512-bit classes run as well.
+  if (choose_body<bodies_of<Body::bdz>>() != Body::bdz) return false;
   T r[::qor::trsm_simd::kMaxTri];
   if (!t.unit)
     for (i64 i = 0; i < tri; ++i) r[i] = T(1) / op_diag(t, a, lda, i);
