@@ -72,6 +72,10 @@ template <class R> status zup_initalloc_c2c(dfxi_node* record, dfxi_node* root) 
   st = Prim<R>::buf_size(spec, &work);
   if (st != 0) return plan_failed(record, root, map_primitive(st));
   record->buffer_size = work + gather_bytes<R>(record);
+  i64 area = 0;
+  const status cs = plan_columns<R>(record, &area);
+  if (cs != kOk) return plan_failed(record, root, cs);
+  record->buffer_size = std::max(record->buffer_size, area);
   return kOk;
 }
 

@@ -3,7 +3,9 @@
 // primitive plan and then applies the committed scale, since the plan is
 // made without one. A driver walks the batch; where a first stride is not
 // 1 it gathers the vector into the head of the work buffer, transforms it
-// there and scatters the result back.
+// there and scatters the result back. A batch of transforms side by side
+// for which the commit made a chain of steps runs as columns instead
+// (columns.cpp), without gathering.
 #include "dft/backends/road.h"
 #include "dft/backends/threaded.h"
 
@@ -84,16 +86,19 @@ std::uint32_t xzups(const void* in, void* out, dfxi_node* record, void* buffer) 
 
 template <class R, bool Inverse>
 status drive(dfxi_node* node, const void* in, void* out, i64 count, void* buffer) {
+  if (!split_storage(node) && node->work_data != nullptr) return run_columns<R, Inverse>(node, in, out, count, buffer);
   const dfxi_kernel_fn kernel = kernel_slot<R>(node, Inverse);
   if (kernel == nullptr) return kInternal;
   const bool gather_in = node->stride_in != 1;
   const bool scatter_out = node->stride_out != 1;
   dfxi_split_pair area_pair;
-  void* area = nullptr;
+  void* area = nullptr;    // the gathered input
+  void* result = nullptr;  // the result before its scatter
   void* work = buffer;
   if (gather_in || scatter_out) {
     if (buffer == nullptr) return kInternal;
     area = gather_area<R>(node, buffer, &area_pair);
+    result = second_area(node) ? static_cast<char*>(buffer) + gather_bytes<R>(node) / 2 : area;
     work = static_cast<char*>(buffer) + gather_bytes<R>(node);
   }
   for (i64 k = 0; k < count; ++k) {
@@ -104,9 +109,9 @@ status drive(dfxi_node* node, const void* in, void* out, i64 count, void* buffer
       gather_one<R>(node, src, node->stride_in, area);
       src = area;
     }
-    const status st = kernel(src, scatter_out ? area : dst, node, work);
+    const status st = kernel(src, scatter_out ? result : dst, node, work);
     if (st != kOk) return st;
-    if (scatter_out) scatter_one<R>(node, area, dst, node->stride_out);
+    if (scatter_out) scatter_one<R>(node, result, dst, node->stride_out);
   }
   return kOk;
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "dft/backends/api.h"
+#include "dft/backends/threaded.h"
 #include "dft/node/api.h"
 #include "dft/primitive/api.h"
 
@@ -79,10 +80,20 @@ template <class R> R committed_scale(const dfxi_node* n, bool inverse) {
   else return n->scale_committed_f[inverse ? 1 : 0];
 }
 
+// Whether a transform strided on both sides runs from one gathered copy
+// into a second: the engine runs lengths other than powers of two faster
+// out of place (its power-of-two stages go through its work buffer either
+// way). Split storage goes through the engine's own interleaved copy.
+inline bool second_area(const dfxi_node* node) {
+  return node->stride_in != 1 && node->stride_out != 1 && !split_storage(node) && !is_pow2(node->length);
+}
+
 // Room at the head of a work buffer for one transform gathered from
-// strided data: the whole vector, or each of the two split arrays.
+// strided data: the whole vector, or each of the two split arrays; twice
+// that with a second area.
 template <class R> i64 gather_bytes(const dfxi_node* node) {
-  return strided(node) ? 2 * round64(node->length * i64{sizeof(R)}) : 0;
+  const i64 one = 2 * round64(node->length * i64{sizeof(R)});
+  return strided(node) ? (second_area(node) ? 2 * one : one) : 0;
 }
 
 // A work buffer: none for size 0, the caller's stack area below
@@ -141,5 +152,13 @@ template <class R, bool Split, bool Inverse>
 std::uint32_t xzups(const void* in, void* out, dfxi_node* record, void* buffer);
 template <class R, bool Inverse>
 status drive(dfxi_node* node, const void* in, void* out, i64 count, void* buffer);
+
+// Batches of transforms side by side (columns.cpp). plan_columns makes the
+// chain of steps when the node's layout and length allow, keeps it in the
+// node's work_data and gives the bytes its blocks need from the work
+// buffer (0 without a chain); run_columns runs `count` transforms with it.
+template <class R> status plan_columns(dfxi_node* record, i64* area);
+template <class R, bool Inverse>
+status run_columns(const dfxi_node* node, const void* in, void* out, i64 count, void* buffer);
 
 }  // namespace qor::dfxi

@@ -4,14 +4,71 @@
 // unit strides, a length up to kLongest, and scales that the primitive's
 // scale flags express.
 #include <algorithm>
+#include <array>
+#include <utility>
 
 #include "dft/backends/road.h"
 #include "dft/backends/threaded.h"
+#include "dft/primitive/codelets.h"
+
+// Single-precision lengths up to kPairedLongest run two transforms at a
+// time: one complex value of each in the two halves of a vector, element
+// by element, through the engine's straight-line transforms. The engine's
+// own short kernels take one transform a call and leave half of each vector
+// empty. (Double precision has one complex value a vector in this build, so
+// it keeps the engine's kernels.)
+QOR_ISA_BEGIN
+namespace paired {
+using namespace ::qor::QOR_ISA_NAME::dftv;
+using i64 = std::int64_t;
+
+QV_INLINE F2 load_two(const float* a, const float* b) {
+  const __m128 low = _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(a)));
+  return {_mm_loadh_pi(low, reinterpret_cast<const __m64*>(b))};
+}
+
+// `count` transforms of L points, `din` and `dout` complex values apart.
+template <int L, bool INV, bool SCALED>
+void run(const float* in, float* out, i64 count, i64 din, i64 dout, float scale) {
+  i64 t = 0;
+  for (; t + 2 <= count; t += 2) {
+    const float* a = in + 2 * t * din;
+    float* b = out + 2 * t * dout;
+    F2 x[L];
+    sfor<0, L>([&](auto j) __attribute__((always_inline)) { x[j] = load_two(a + 2 * j, a + 2 * (din + j)); });
+    Dft<L, INV, F2>::run(x);
+    sfor<0, L>([&](auto k) __attribute__((always_inline)) {
+      const F2 y = SCALED ? mulr(x[k], scale) : x[k];
+      y.store_lane(b + 2 * k, 0);
+      y.store_lane(b + 2 * (dout + k), 1);
+    });
+  }
+  if (t < count) {
+    const float* a = in + 2 * t * din;
+    float* b = out + 2 * t * dout;
+    F1 x[L];
+    sfor<0, L>([&](auto j) __attribute__((always_inline)) { x[j] = F1::load(a + 2 * j); });
+    Dft<L, INV, F1>::run(x);
+    sfor<0, L>([&](auto k) __attribute__((always_inline)) { (SCALED ? mulr(x[k], scale) : x[k]).store(b + 2 * k); });
+  }
+}
+
+using run_fn = void (*)(const float*, float*, i64, i64, i64, float);
+
+template <bool INV, bool SCALED, int... L>
+constexpr std::array<run_fn, sizeof...(L)> table(std::integer_sequence<int, L...>) {
+  return {run<L + 1, INV, SCALED>...};
+}
+
+}  // namespace paired
+QOR_ISA_END
 
 namespace qor::dfxi {
 namespace {
 
 constexpr i64 kLongest = 4096;
+// Single-precision lengths that run two transforms at a time.
+constexpr int kPairedLongest = 16;
 // Below this many bytes of data a batch is not worth a team.
 constexpr i64 kTeamBytes = 4096;
 // Pages of the thread plan, counted as 4 KiB of single-complex data.
@@ -100,9 +157,27 @@ struct Task {
   status result;
 };
 
+// The paired kernels by direction, scaling and length.
+using paired_fn = QOR_ISA_NAME::paired::run_fn;
+template <bool INV, bool SCALED> constexpr std::array<paired_fn, kPairedLongest> paired_table() {
+  return QOR_ISA_NAME::paired::table<INV, SCALED>(std::make_integer_sequence<int, kPairedLongest>{});
+}
+constexpr std::array<paired_fn, kPairedLongest> kPaired[2][2] = {
+    {paired_table<false, false>(), paired_table<false, true>()}, {paired_table<true, false>(), paired_table<true, true>()}};
+
 template <class R> status run_range(const Task& t, i64 first, i64 count, void* buffer) {
   const i64 bytes = 2 * i64{sizeof(R)};
   const dfxi_node* node = t.node;
+  if constexpr (sizeof(R) == 4) {
+    if (node->length <= kPairedLongest) {
+      const float s = committed_scale<R>(node, t.inverse);
+      kPaired[t.inverse][s != 1.0f][node->length - 1](
+          reinterpret_cast<const float*>(t.in + first * node->distance_in * bytes),
+          reinterpret_cast<float*>(t.out + first * node->distance_out * bytes), count, node->distance_in,
+          node->distance_out, s);
+      return kOk;
+    }
+  }
   for (i64 k = first; k < first + count; ++k) {
     const int st = Prim<R>::run(t.inverse, t.in + k * node->distance_in * bytes, t.out + k * node->distance_out * bytes,
                                 t.data->spec, buffer);

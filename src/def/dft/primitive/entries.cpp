@@ -9,13 +9,14 @@
 #include "dft/primitive/api.h"
 #include "dft/primitive/engine_api.h"
 #include "dft/primitive/plan.h"
+#include "frame/body.h"
 #include "frame/services.h"
 
 namespace qor::dft {
 
-// The Zen-class body (AVX2 and FMA) runs when the core reports the generic
-// tier and the Zen class; otherwise the baseline body.
-bool use_zen_body() { return qor_serv_cpu_detect() == 0 && qor_serv_cpuiszen() != 0; }
+// The Zen-class body (AVX2 and FMA) runs where the library's one body rule
+// gives it (the 512-bit class included); otherwise the baseline body.
+bool use_zen_body() { return ::qor::QOR_ISA_NAME::choose_body<bodies_of<Body::zen>>() == Body::zen; }
 
 namespace {
 
