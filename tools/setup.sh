@@ -6,6 +6,8 @@ set -euo pipefail
 pkgs=(cmake ninja-build g++ gfortran libgtest-dev python3 python3-numpy binutils libblas-dev pkg-config ccache)
 if [[ "${1:-}" == "--bench" ]]; then
   pkgs+=(libopenblas-dev libblis-dev libfftw3-dev python3-matplotlib)
+  # The sparse benchmarks' peers: scipy (through /usr/bin/python3) and Eigen.
+  pkgs+=(python3-scipy libeigen3-dev)
 fi
 missing=()
 for p in "${pkgs[@]}"; do
