@@ -33,11 +33,11 @@
  *
  * Products (mv, dotmv, mm) compute y = alpha * op(A) x + beta * y, where
  * op is given by the operation and A is read as the descriptor says:
- *   type GENERAL       every stored element; diag UNIT replaces the stored
- *                      diagonal by ones
+ *   type GENERAL       every stored element (mode and diag are not read)
  *   SYMMETRIC,         the triangle named by mode (LOWER, UPPER) stands for
  *   HERMITIAN          the matrix, the other one stored is ignored; FULL
- *                      uses every stored element
+ *                      uses every stored element; diag UNIT replaces the
+ *                      stored diagonal by ones
  *   TRIANGULAR         the strict triangle named by mode plus the diagonal
  *                      (stored, or ones for UNIT)
  *   DIAGONAL           the diagonal only (an absent one counts as 0)
