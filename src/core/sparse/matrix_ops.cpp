@@ -18,26 +18,6 @@ namespace {
 
 using namespace records;
 
-// A set of new arrays, released unless handed over.
-template <int N> struct new_arrays {
-  void* array[N] = {};
-  bool kept = false;
-  ~new_arrays() {
-    if (!kept)
-      for (void* a : array) release(a);
-  }
-  // Copies `count` elements of E into slot k; a null source copies to null.
-  template <class E> bool copy(int k, const E* source, std::int64_t count) {
-    if (source == nullptr) return true;
-    E* a = make_array<E>(count);
-    if (a == nullptr) return false;
-    if (count > 0) std::memcpy(a, source, static_cast<std::size_t>(count) * sizeof(E));
-    array[k] = a;
-    return true;
-  }
-  template <class E> E* at(int k) const { return static_cast<E*>(array[k]); }
-};
-
 // Bytes of one stored value of a data-type code.
 std::int64_t value_bytes(u32 data_type) {
   switch (data_type) {

@@ -10,28 +10,6 @@ namespace qor::sparse::handle {
 
 namespace {
 
-// Library-owned copies of up to four arrays; releases what it holds unless
-// handed over.
-struct owned_copies {
-  void* array[4] = {};
-  bool kept = false;
-  ~owned_copies() {
-    if (!kept)
-      for (void* a : array) release(a);
-  }
-  // Copies `count` elements of E from `source` into slot k; a null source
-  // copies to null. False if the copy cannot be allocated.
-  template <class E> bool copy(int k, const E* source, std::int64_t count) {
-    if (source == nullptr) return true;
-    E* a = make_array<E>(count);
-    if (a == nullptr) return false;
-    if (count > 0) std::memcpy(a, source, static_cast<std::size_t>(count) * sizeof(E));
-    array[k] = a;
-    return true;
-  }
-  template <class E> E* at(int k) const { return static_cast<E*>(array[k]); }
-};
-
 template <class T, class I> status copy_compressed(const sparse_matrix<I>* src, sparse_matrix<I>** out) {
   const bsr_x_matrix<I>* m = compressed(src);
   const I n = compressed_extent(src, m);
@@ -41,7 +19,7 @@ template <class T, class I> status copy_compressed(const sparse_matrix<I>* src, 
   const I count = empty ? I{0} : m->rows_end[n - 1] - m->index_base;
   const std::int64_t block = static_cast<std::int64_t>(m->block_size) * m->block_size;
 
-  owned_copies c;
+  new_arrays<4> c;
   if (!empty) {
     const bool got = three ? c.copy(0, m->rows_start, std::int64_t{n} + 1)
                            : c.copy(0, m->rows_start, n) && c.copy(1, m->rows_end, n);
@@ -82,7 +60,7 @@ template <class T, class I> status copy_compressed(const sparse_matrix<I>* src, 
 
 template <class T, class I> status copy_coordinate(const sparse_matrix<I>* src, sparse_matrix<I>** out) {
   const coo_matrix<I>* m = coordinate(src);
-  owned_copies c;
+  new_arrays<4> c;
   if (!c.copy(0, m->row_indx, m->nnz) || !c.copy(1, m->col_indx, m->nnz) ||
       !c.copy(2, static_cast<const T*>(m->values), m->nnz))
     return alloc_failed;

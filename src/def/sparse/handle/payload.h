@@ -30,6 +30,27 @@ template <class R> R* make_array(std::int64_t count) {
 
 inline void release(void* p) { qor_serv_free(p); }
 
+// A set of new library-owned arrays, released unless handed over (`kept`).
+template <int N> struct new_arrays {
+  void* array[N] = {};
+  bool kept = false;
+  ~new_arrays() {
+    if (!kept)
+      for (void* a : array) release(a);
+  }
+  // Copies `count` elements of E from `source` into slot k; a null source
+  // copies to null. False if the copy cannot be allocated.
+  template <class E> bool copy(int k, const E* source, std::int64_t count) {
+    if (source == nullptr) return true;
+    E* a = make_array<E>(count);
+    if (a == nullptr) return false;
+    if (count > 0) std::memcpy(a, source, static_cast<std::size_t>(count) * sizeof(E));
+    array[k] = a;
+    return true;
+  }
+  template <class E> E* at(int k) const { return static_cast<E*>(array[k]); }
+};
+
 template <int N> void release_owned(owned_arrays<N>* r) {
   if (r == nullptr) return;
   for (void* a : r->array) release(a);
