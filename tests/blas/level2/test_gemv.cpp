@@ -2,6 +2,7 @@
 // type and letter, sizes across the column groups, the row blocks and 128,
 // strides of both signs, beta rules and the allocation fallback.
 #include <cmath>
+#include <cstring>
 
 #include "calls.h"
 
@@ -39,20 +40,37 @@ void check_gemv(char op, i64 m, i64 n, i64 incx, i64 incy, T alpha, T beta, qor:
 
 }  // namespace
 
+// The general product has Zen-class and 512-bit bodies: both must be
+// reached on their paths.
+inline qor::test::TunedOn gemv_bodies() {
+  return qor::test::TunedOn::paths({QOR_CPU_PATH_ZEN, QOR_CPU_PATH_AVX512});
+}
+
 TYPED_TEST(Gemv, SizesLettersAndStrides) {
   using T = TypeParam;
   qor::test::Rng rng(7);
   const i64 sizes[] = {1, 2, 3, 5, 8, 15, 16, 17, 31, 33, 127, 128, 129, 200};
   const char ops[] = {'N', 'n', 'T', 't', 'C', 'c', 'X'};
-  for (char op : ops)
-    for (i64 m : sizes)
-      for (i64 n : {1, 2, 3, 4, 7, 8, 9, 15, 16, 17, 30}) {
-        check_gemv<T>(op, m, n, 1, 1, value<T>(rng), value<T>(rng), rng);
-      }
-  for (char op : {'N', 'T', 'C'})
-    for (i64 incx : {1, 2, -1, -3})
-      for (i64 incy : {1, 3, -1, -2})
-        for (i64 m : {1, 9, 128, 129, 300}) check_gemv<T>(op, m, 13, incx, incy, value<T>(rng), value<T>(rng), rng);
+  qor::test::on_every_path(
+      [&](int) {
+        for (char op : ops)
+          for (i64 m : sizes)
+            for (i64 n : {1, 2, 3, 4, 7, 8, 9, 15, 16, 17, 30}) {
+              check_gemv<T>(op, m, n, 1, 1, value<T>(rng), value<T>(rng), rng);
+            }
+        for (char op : {'N', 'T', 'C'})
+          for (i64 incx : {1, 2, -1, -3})
+            for (i64 incy : {1, 3, -1, -2})
+              for (i64 m : {1, 9, 128, 129, 300})
+                check_gemv<T>(op, m, 13, incx, incy, value<T>(rng), value<T>(rng), rng);
+        // Matrices larger than the caches hold, whose columns are fetched
+        // ahead.
+        for (char op : {'N', 'T', 'C'}) {
+          check_gemv<T>(op, 701, 403, 1, 1, value<T>(rng), value<T>(rng), rng);
+          check_gemv<T>(op, 701, 403, -2, 3, value<T>(rng), value<T>(rng), rng);
+        }
+      },
+      gemv_bodies());
 }
 
 TYPED_TEST(Gemv, BetaAndAlphaRules) {
@@ -89,17 +107,21 @@ TYPED_TEST(Gemv, BetaAndAlphaRules) {
 TYPED_TEST(Gemv, WorkVectorAndFallback) {
   using T = TypeParam;
   qor::test::Rng rng(3);
-  // m of 128 with a non-unit stride uses the stack, 129 allocates.
-  for (char op : {'N', 'T'}) {
-    for (i64 m : {128, 129}) {
-      qor::test::AllocWatch watch;
-      check_gemv<T>(op, m, 5, op == 'N' ? 1 : 2, op == 'N' ? 2 : 1, value<T>(rng), value<T>(rng), rng);
-      EXPECT_EQ(watch.allocations(), m > 128 ? 1 : 0);
-    }
-  }
-  // A refused block at m of 1000 still gives the right y, for every sign.
-  for (char op : {'N', 'T', 'C'})
-    for (i64 inc : {2, -2}) check_gemv<T>(op, 1000, 19, inc, inc, value<T>(rng), value<T>(rng), rng, true);
+  qor::test::on_every_path(
+      [&](int) {
+        // m of 128 with a non-unit stride uses the stack, 129 allocates.
+        for (char op : {'N', 'T'}) {
+          for (i64 m : {128, 129}) {
+            qor::test::AllocWatch watch;
+            check_gemv<T>(op, m, 5, op == 'N' ? 1 : 2, op == 'N' ? 2 : 1, value<T>(rng), value<T>(rng), rng);
+            EXPECT_EQ(watch.allocations(), m > 128 ? 1 : 0);
+          }
+        }
+        // A refused block at m of 1000 still gives the right y, for every sign.
+        for (char op : {'N', 'T', 'C'})
+          for (i64 inc : {2, -2}) check_gemv<T>(op, 1000, 19, inc, inc, value<T>(rng), value<T>(rng), rng, true);
+      },
+      gemv_bodies());
 }
 
 TYPED_TEST(Gemv, TwoProductsInOnePass) {
@@ -174,8 +196,8 @@ TEST(GemvMixed, RealMatrixComplexVectors) {
 }
 
 // The same call on every processor path this machine can run gives the
-// same result within rounding, and the Zen-class body is really reached
-// (the other classes take the baseline body).
+// same result within rounding, and the Zen-class and 512-bit bodies are
+// really reached (the other classes take the baseline body).
 TEST(GemvPaths, EveryBodyAgrees) {
   qor::test::Rng rng(8);
   const i64 m = 77, n = 45, lda = 80, one = 1;
@@ -183,17 +205,50 @@ TEST(GemvPaths, EveryBodyAgrees) {
   auto x = random<double>(m, rng);
   auto y0 = random<double>(m, rng);
   std::vector<std::vector<double>> results;
-  qor::test::on_every_path([&](int path) {
-    const std::int64_t hits = qor_cpu_path_hits(QOR_CPU_PATH_ZEN);
-    for (char op : {'N', 'T'}) {
-      auto y = y0;
-      double alpha = 0.5, beta = 2;
-      qor_blas_dgemv(&op, &m, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y.data(), &one);
-      results.push_back(y);
-    }
-    if (path == QOR_CPU_PATH_ZEN) {
-      EXPECT_GT(qor_cpu_path_hits(QOR_CPU_PATH_ZEN), hits);
-    }
-  });
+  qor::test::on_every_path(
+      [&](int) {
+        for (char op : {'N', 'T'}) {
+          auto y = y0;
+          double alpha = 0.5, beta = 2;
+          qor_blas_dgemv(&op, &m, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y.data(), &one);
+          results.push_back(y);
+        }
+      },
+      gemv_bodies());
   for (std::size_t i = 2; i < results.size(); ++i) EXPECT_LE(maxdiff(results[i], results[i % 2]), 1e-13);
+}
+
+// In a reproducible mode a 512-bit machine computes what the Zen path
+// does, bit for bit, for every letter and type (the 512-bit body would sum
+// in another order).
+TEST(GemvPaths, ReproducibleModeGivesTheZenBits) {
+  if (!qor_cpu_path_supported(QOR_CPU_PATH_AVX512)) GTEST_SKIP() << "no 512-bit path on this machine";
+  const i64 m = 301, n = 67, lda = 305, one = 1;
+  auto run = [&](auto tag, int path) {
+    using T = decltype(tag);
+    qor::test::Rng r(21);
+    auto a = random<T>(lda * n, r);
+    auto x = random<T>(m, r);
+    std::vector<std::vector<T>> out;
+    qor::test::PathGuard guard(path);
+    for (char op : {'N', 'T', 'C'}) {
+      auto y = random<T>(m, r);
+      T alpha = value<T>(r), beta = value<T>(r);
+      Calls<T>::gemv(&op, &m, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y.data(), &one);
+      out.push_back(y);
+    }
+    return out;
+  };
+  auto same = [&](auto tag) {
+    const auto zen = run(tag, QOR_CPU_PATH_ZEN);
+    const auto wide = run(tag, QOR_CPU_PATH_AVX512);
+    for (std::size_t k = 0; k < zen.size(); ++k)
+      EXPECT_EQ(0, std::memcmp(zen[k].data(), wide[k].data(), zen[k].size() * sizeof(zen[k][0]))) << k;
+  };
+  qor_set_cbwr(2);
+  same(1.0f);
+  same(1.0);
+  same(c32());
+  same(c64());
+  qor_set_cbwr(1);
 }

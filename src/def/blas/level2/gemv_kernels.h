@@ -9,10 +9,12 @@
 // (8, 4, 2, 1 for complex elements, the same bytes). In the no-transpose
 // kernel an element of y is read and written once per group; in the
 // transpose kernel each column of a group has its own accumulator and x is
-// read once per group.
+// read once per group. On the 512-bit class the general layout goes to the
+// 512-bit bodies (wide.h) once the vector along the rows is contiguous.
 #pragma once
 #include "blas/level2/common.h"
 #include "blas/level2/simd.h"
+#include "blas/level2/wide.h"
 
 QOR_ISA_BEGIN
 namespace l2 {
@@ -149,15 +151,25 @@ void gemv_n_body(i64 m, i64 n, T alpha, const T* a, Cols cols, const T* x, i64 i
   if (n - j >= 1) n_group<T, 1>(m, a, cols, j, alpha, x, incx, y);
 }
 
+// y (contiguous) += alpha * A * x by the body that serves: the 512-bit one
+// takes the general layout (wide.h).
+template <class T, class Cols>
+void gemv_n_contiguous(i64 m, i64 n, T alpha, const T* a, Cols cols, const T* x, i64 incx, T* y) {
+  if constexpr (std::is_same_v<Cols, ColsGe>) {
+    if (wide_body()) return ::qor::avx512::l2w::gemv_n<T>(m, n, alpha, a, cols.ld, x, incx, y);
+  }
+  gemv_n_body(m, n, alpha, a, cols, x, incx, y);
+}
+
 // The kernel: y at any stride, gathered into buf when not contiguous.
 template <class T, class Cols>
 void gemv_n(i64 m, i64 n, T alpha, const T* a, Cols cols, const T* x, i64 incx, T* y, i64 incy, T* buf) {
   if (m < 1 || n < 1) return;
   if (incy == 1) {
-    gemv_n_body(m, n, alpha, a, cols, x, incx, y);
+    gemv_n_contiguous(m, n, alpha, a, cols, x, incx, y);
   } else {
     l2c::gather(m, y, incy, buf);
-    gemv_n_body(m, n, alpha, a, cols, x, incx, buf);
+    gemv_n_contiguous(m, n, alpha, a, cols, x, incx, buf);
     l2c::scatter(m, buf, y, incy);
   }
 }
@@ -285,6 +297,9 @@ void gemv_t(i64 m, i64 n, T alpha, const T* a, Cols cols, const T* x, i64 incx, 
   if (incx != 1) {
     l2c::gather(m, x, incx, buf);
     x = buf;
+  }
+  if constexpr (std::is_same_v<Cols, ColsGe>) {
+    if (wide_body()) return ::qor::avx512::l2w::gemv_t<T, Conj>(m, n, alpha, a, cols.ld, x, y, incy);
   }
   gemv_t_body<T, Conj>(m, n, alpha, a, cols, x, y, incy);
 }
