@@ -79,68 +79,38 @@ template <class T, class I> int panel_offsets(const rows_view<T, I>& m, i64 p, i
   return n;
 }
 
-// Start columns of every panel, written panel by panel at `offsets`
-// (room for one per stored element) with their positions in `ptr`; the
-// diagonal count, or -1 as soon as a panel has too many diagonals or the
-// count passes `limit` (or outgrows 32-bit positions).
-template <class T, class I>
-i64 panel_layout(const rows_view<T, I>& m, i64 panels, i64 limit, i32* ptr, i32* offsets) {
-  i64 total = 0;
-  for (i64 p = 0; p < panels; ++p) {
-    ptr[p] = i32(total);
-    const int n = panel_offsets(m, p, offsets + total);
-    if (n < 0) return -1;
-    total += n;
-    if (total > limit || total > 0x7fffffff / panel_rows) return -1;
-  }
-  ptr[panels] = i32(total);
-  return total;
-}
-
-// The panel record from the layout: 8 values per diagonal, lane j of a
-// diagonal holding the element of row 8 p + j on it (zero where there is
-// none, duplicates added).
-template <class T, class I> status build_panels(const rows_view<T, I>& m, i64 panels, i64 diagonals, i32* ptr,
-                                                const i32* layout, dia_mv_analysis_data** out) {
-  auto* rec = alloc<dia_mv_analysis_data>(1);
-  i32* offsets = alloc<i32>(diagonals);
-  T* values = alloc<T>(diagonals * panel_rows);
-  if (rec == nullptr || offsets == nullptr || values == nullptr) {
-    qor_serv_free(rec), qor_serv_free(offsets), qor_serv_free(values);
-    return alloc_failed;
-  }
-  std::memcpy(offsets, layout, sizeof(i32) * diagonals);
-  for (i64 p = 0; p < panels; ++p) {
-    const i32* po = offsets + ptr[p];
-    T* pv = values + i64(ptr[p]) * panel_rows;
-    for (i64 j = 0; j < i64(ptr[p + 1] - ptr[p]) * panel_rows; ++j) pv[j] = T(0);
-    const i64 r0 = p * panel_rows, r1 = r0 + panel_rows < m.rows ? r0 + panel_rows : m.rows;
-    // The diagonal of the k-th element of the row before is tried first.
-    constexpr int hinted = 32;
-    int before[hinted] = {};
-    const int count = ptr[p + 1] - ptr[p];
-    for (i64 r = r0; r < r1; ++r) {
-      const i64 start = m.start(r);
-      for (i64 k = start, e = m.end(r); k < e; ++k) {
-        const i32 o = i32(m.col(k) - (r - r0));
-        const i64 pos = k - start;
-        int d = pos < hinted && before[pos] < count ? before[pos] : 0;
-        if (po[d] != o) {
-          d = 0;
-          while (po[d] != o) ++d;
-        }
-        if (pos < hinted) before[pos] = d;
-        pv[d * panel_rows + (r - r0)] += m.v[k];
+// Lane j of each of panel p's `count` diagonals (start columns `po`)
+// gets the element of row 8 p + j on it, zero where there is none,
+// duplicates added. The panel's rows were just read by panel_offsets, so
+// this second look at them comes from the cache.
+template <class T, class I> void fill_panel(const rows_view<T, I>& m, i64 p, const i32* po, int count, T* pv) {
+  for (i64 j = 0; j < i64(count) * panel_rows; ++j) pv[j] = T(0);
+  const i64 r0 = p * panel_rows, r1 = r0 + panel_rows < m.rows ? r0 + panel_rows : m.rows;
+  // The diagonal of the k-th element of the row before is tried first.
+  constexpr int hinted = 32;
+  int before[hinted] = {};
+  for (i64 r = r0; r < r1; ++r) {
+    const i64 start = m.start(r);
+    for (i64 k = start, e = m.end(r); k < e; ++k) {
+      const i32 o = i32(m.col(k) - (r - r0));
+      const i64 pos = k - start;
+      int d = pos < hinted && before[pos] < count ? before[pos] : 0;
+      if (po[d] != o) {
+        d = 0;
+        while (po[d] != o) ++d;
       }
+      if (pos < hinted) before[pos] = d;
+      pv[d * panel_rows + (r - r0)] += m.v[k];
     }
   }
-  *rec = dia_mv_analysis_data{panels, {ptr, offsets, values, nullptr, nullptr}};
-  *out = rec;
-  return ok;
 }
 
 // Panels when they read few enough bytes; `*built` tells whether they
-// were stored. A refused allocation ends the analysis with status 2.
+// were stored. One pass over the rows: each panel's start columns are
+// found and its values laid out at once, into arrays sized for the most
+// diagonals the byte limit allows (the unused tail is never written). A
+// panel with too many diagonals, or a total past the limit, abandons the
+// layout. A refused allocation ends the analysis with status 2.
 template <class T, class I> status try_panels(const rows_view<T, I>& m, i64 nnz, optimal_data* hub, bool* built) {
   *built = false;
   const i64 panels = (m.rows + panel_rows - 1) / panel_rows;
@@ -149,23 +119,37 @@ template <class T, class I> status try_panels(const rows_view<T, I>& m, i64 nnz,
   const double room = choice::panel_bytes_share * plain - 4.0 * double(panels + 1);
   const i64 limit = room > 0 ? i64(room / double(panel_rows * sizeof(T) + sizeof(i32))) : 0;
   if (limit < 1) return ok;
-  // The layout stops once past the limit, so it needs room for the limit
-  // and one more panel only (never more than one per element).
+  // Room for the limit and one more panel (never more than one diagonal
+  // per element).
+  const i64 cap = limit + choice::panel_max_diagonals < nnz ? limit + choice::panel_max_diagonals : nnz;
   i32* ptr = alloc<i32>(panels + 1);
-  i32* layout = alloc<i32>(limit + choice::panel_max_diagonals < nnz ? limit + choice::panel_max_diagonals : nnz);
-  if (ptr == nullptr || layout == nullptr) {
-    qor_serv_free(ptr), qor_serv_free(layout);
+  i32* offsets = alloc<i32>(cap);
+  T* values = alloc<T>(cap * panel_rows);
+  if (ptr == nullptr || offsets == nullptr || values == nullptr) {
+    qor_serv_free(ptr), qor_serv_free(offsets), qor_serv_free(values);
     return alloc_failed;
   }
-  const i64 diagonals = panel_layout(m, panels, limit, ptr, layout);
-  status s = ok;
-  if (diagonals > 0) {
-    s = build_panels(m, panels, diagonals, ptr, layout, &hub->dia_mv);
-    *built = s == ok;
+  i64 total = 0;
+  for (i64 p = 0; p < panels && total >= 0; ++p) {
+    ptr[p] = i32(total);
+    const int n = panel_offsets(m, p, offsets + total);
+    if (n < 0 || total + n > limit || total + n > 0x7fffffff / panel_rows) {
+      total = -1;
+      break;
+    }
+    fill_panel(m, p, offsets + total, n, values + total * panel_rows);
+    total += n;
   }
-  if (!*built) qor_serv_free(ptr);
-  qor_serv_free(layout);
-  return s;
+  auto* rec = total > 0 ? alloc<dia_mv_analysis_data>(1) : nullptr;
+  if (rec == nullptr) {
+    qor_serv_free(ptr), qor_serv_free(offsets), qor_serv_free(values);
+    return total > 0 ? alloc_failed : ok;
+  }
+  ptr[panels] = i32(total);
+  *rec = dia_mv_analysis_data{panels, {ptr, offsets, values, nullptr, nullptr}};
+  hub->dia_mv = rec;
+  *built = true;
+  return ok;
 }
 
 // --- ESB slices -------------------------------------------------------------

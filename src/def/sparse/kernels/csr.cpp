@@ -42,8 +42,71 @@ status switch_mv(bool csc, grid_fn<T, I>* const* grid, I first, I last, I base, 
   return ok;
 }
 
+// Row-major products stream whole rows of B: each stored element reads
+// its row of B once and adds it into a block of the output row, so the
+// innermost loop runs over contiguous columns. Every output element is
+// still summed exactly as row_sum and scatter_rows sum it (steps of four
+// paired products, the remainder highest index first; scatters in array
+// order), so a column gives the bits of csr_mv_def_ker on that column
+// whichever block or thread holds it.
+inline constexpr idx row_block = 64;
+
+// `Fixed`, when not 0, is the column count known at compile time, so a
+// narrow product's row fits whole vectors with no loop control.
+template <bool Conj, bool BetaZero, idx Fixed, class T, class I>
+void gather_rows_rm(idx first, idx last, idx base, const I* rs, const I* re, const I* cs, const T* vs, const T* b,
+                    idx columns, idx ldb, T alpha, T beta, T* c, idx ldc) {
+  if constexpr (Fixed != 0) columns = Fixed;
+  const T* bs = b - base * ldb;  // row cs[k] of B at bs + cs[k] * ldb
+  T s[row_block];
+  for (idx i = first; i < last; ++i) {
+    const idx start = rs[i], end = re[i];
+    T* crow = c + i * ldc;
+    for (idx j0 = 0; j0 < columns; j0 += row_block) {
+      const idx n = Fixed != 0 ? Fixed : columns - j0 < row_block ? columns - j0 : row_block;
+      for (idx j = 0; j < n; ++j) s[j] = T(0);
+      idx k = start;
+      for (; k + 4 <= end; k += 4) {
+        const T v0 = take<Conj>(vs[k]), v1 = take<Conj>(vs[k + 1]);
+        const T v2 = take<Conj>(vs[k + 2]), v3 = take<Conj>(vs[k + 3]);
+        const T* b0 = bs + static_cast<idx>(cs[k]) * ldb + j0;
+        const T* b1 = bs + static_cast<idx>(cs[k + 1]) * ldb + j0;
+        const T* b2 = bs + static_cast<idx>(cs[k + 2]) * ldb + j0;
+        const T* b3 = bs + static_cast<idx>(cs[k + 3]) * ldb + j0;
+        for (idx j = 0; j < n; ++j) {
+          const T p = mul(v0, b0[j]) + mul(v1, b1[j]);
+          const T q = mul(v2, b2[j]) + mul(v3, b3[j]);
+          s[j] = s[j] + (p + q);
+        }
+      }
+      for (idx r = end - 1; r >= k; --r) {
+        const T v = take<Conj>(vs[r]);
+        const T* br = bs + static_cast<idx>(cs[r]) * ldb + j0;
+        for (idx j = 0; j < n; ++j) s[j] = s[j] + mul(v, br[j]);
+      }
+      T* cj = crow + j0;
+      for (idx j = 0; j < n; ++j) store<BetaZero>(cj, j, mul(s[j], alpha), beta);
+    }
+  }
+}
+
+template <bool Conj, class T, class I>
+void scatter_rows_rm(idx first, idx last, idx base, const I* rs, const I* re, const I* cs, const T* vs, const T* b,
+                     idx columns, idx ldb, T* c, idx ldc) {
+  T* cbase = c - base * ldc;  // row cs[k] of the buffer at cbase + cs[k] * ldc
+  for (idx i = first; i < last; ++i) {
+    const T* brow = b + i * ldb;
+    for (idx k = rs[i], end = re[i]; k < end; ++k) {
+      const T v = take<Conj>(vs[k]);
+      T* crow = cbase + static_cast<idx>(cs[k]) * ldc;
+      for (idx j = 0; j < columns; ++j) crow[j] += mul(v, brow[j]);
+    }
+  }
+}
+
 // Column k of B and C: contiguous in column-major storage, strided in
-// row-major storage. Each column runs the path csr_mv_def_ker would run.
+// row-major storage. Each column runs the path csr_mv_def_ker would run;
+// row-major general and fully stored products take the row kernels above.
 template <class T, class I>
 status switch_mm(I first, I last, I base, const I* rs, const I* re, const I* ci, const T* v, i32 operation,
                  i32 type, i32 mode, i32 diag, T alpha, i32 layout, const T* b, I columns, I ldb, T beta, T* c,
@@ -51,6 +114,35 @@ status switch_mm(I first, I last, I base, const I* rs, const I* re, const I* ci,
   if (layout != row_major && layout != column_major) return invalid_value;
   const plan p = make_plan(false, is_complex_v<T>, operation, type, mode, diag);
   if (!p.valid || first >= last) return ok;
+  if (layout == row_major) {
+    bool done = false;
+    dispatch<T>(p, [&](auto q) {
+      using Q = decltype(q);
+      if constexpr (!Q::unit && (Q::k == kind::general || Q::mode == fill::full) && Q::k != kind::triangular &&
+                    Q::k != kind::diagonal) {
+        const I* cs = shift(ci, base);
+        const T* vs = shift(v, base);
+        if constexpr (Q::k == kind::general && Q::trans) {
+          scatter_rows_rm<Q::conj>(first, last, base, rs, re, cs, vs, b, columns, ldb, c, ldc);
+        } else {
+          constexpr bool ec = effective_conj(Q::k, Q::trans, Q::conj);
+          with_bool(is_zero(beta), [&](auto bz) {
+            constexpr bool z = decltype(bz)::value;
+            if (columns == 8)
+              gather_rows_rm<ec, z, 8>(first, last, base, rs, re, cs, vs, b, columns, ldb, alpha, beta, c, ldc);
+            else if (columns == 16)
+              gather_rows_rm<ec, z, 16>(first, last, base, rs, re, cs, vs, b, columns, ldb, alpha, beta, c, ldc);
+            else if (columns == 32)
+              gather_rows_rm<ec, z, 32>(first, last, base, rs, re, cs, vs, b, columns, ldb, alpha, beta, c, ldc);
+            else
+              gather_rows_rm<ec, z, 0>(first, last, base, rs, re, cs, vs, b, columns, ldb, alpha, beta, c, ldc);
+          });
+        }
+        done = true;
+      }
+    });
+    if (done) return ok;
+  }
   for (idx k = 0; k < columns; ++k) {
     if (layout == column_major) {
       run_plan(p, make_args(first, last, base, rs, re, ci, v, b + k * ldb, c + k * ldc, alpha, beta));
