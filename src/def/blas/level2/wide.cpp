@@ -15,7 +15,9 @@
 #include <complex>
 #include <cstdint>
 
+#include "blas/level2/common.h"
 #include "frame/prefetch.h"
+#include "frame/zmm.h"
 #include "frame/types.h"
 
 QOR_ISA_BEGIN
@@ -24,60 +26,11 @@ namespace {
 
 using i64 = std::int64_t;
 
-// One 512-bit register of R, with masked loads and stores for the tails.
-template <class R> struct zmm;
-
-template <> struct zmm<double> {
-  using reg = __m512d;
-  using mask = __mmask8;
-  static constexpr i64 L = 8;
-  static mask first(i64 k) { return static_cast<mask>((1u << k) - 1); }  // k < L lanes
-  static reg zero() { return _mm512_setzero_pd(); }
-  static reg set1(double a) { return _mm512_set1_pd(a); }
-  static reg load(const double* p) { return _mm512_loadu_pd(p); }
-  static reg load(mask m, const double* p) { return _mm512_maskz_loadu_pd(m, p); }
-  static void store(double* p, reg v) { _mm512_storeu_pd(p, v); }
-  static void store(mask m, double* p, reg v) { _mm512_mask_storeu_pd(p, m, v); }
-  static reg add(reg a, reg b) { return _mm512_add_pd(a, b); }
-  static reg mul(reg a, reg b) { return _mm512_mul_pd(a, b); }
-  static reg fma(reg a, reg b, reg c) { return _mm512_fmadd_pd(a, b, c); }
-  static double sum(reg a) { return _mm512_reduce_add_pd(a); }
-  static reg swap_pairs(reg a) { return _mm512_permute_pd(a, 0x55); }
-  // (a, b) repeated.
-  static reg pair(double a, double b) { return _mm512_setr_pd(a, b, a, b, a, b, a, b); }
-};
-
-template <> struct zmm<float> {
-  using reg = __m512;
-  using mask = __mmask16;
-  static constexpr i64 L = 16;
-  static mask first(i64 k) { return static_cast<mask>((1u << k) - 1); }
-  static reg zero() { return _mm512_setzero_ps(); }
-  static reg set1(float a) { return _mm512_set1_ps(a); }
-  static reg load(const float* p) { return _mm512_loadu_ps(p); }
-  static reg load(mask m, const float* p) { return _mm512_maskz_loadu_ps(m, p); }
-  static void store(float* p, reg v) { _mm512_storeu_ps(p, v); }
-  static void store(mask m, float* p, reg v) { _mm512_mask_storeu_ps(p, m, v); }
-  static reg add(reg a, reg b) { return _mm512_add_ps(a, b); }
-  static reg mul(reg a, reg b) { return _mm512_mul_ps(a, b); }
-  static reg fma(reg a, reg b, reg c) { return _mm512_fmadd_ps(a, b, c); }
-  static float sum(reg a) { return _mm512_reduce_add_ps(a); }
-  static reg swap_pairs(reg a) { return _mm512_permute_ps(a, 0xB1); }
-  static reg pair(float a, float b) { return _mm512_setr_ps(a, b, a, b, a, b, a, b, a, b, a, b, a, b, a, b); }
-};
-
 template <class T> inline constexpr bool kComplex = is_complex_v<T>;
 template <class T> inline constexpr i64 kE = kComplex<T> ? 2 : 1;
 
 // Complex product by the plain formula, as the other bodies form it.
-template <class T>
-inline T mul(T a, T b) {
-  if constexpr (kComplex<T>) {
-    return T(a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real());
-  } else {
-    return a * b;
-  }
-}
+using l2c::mul;
 
 // Matrices above this many bytes come from memory: their loops ask for
 // each line of every column ahead of use. Smaller ones come from the second
