@@ -16,7 +16,9 @@
 #include "qor/blas_level3_ext.h"
 #include "qor/cblas.h"
 #include "qor/cblas_level3_ext.h"
+#include "qor/dft.h"
 #include "qor/dft_primitive.h"
+#include "qor/sparse.h"
 #include "qor/trans.h"
 
 namespace {
@@ -37,7 +39,7 @@ struct Line {
 // documented form.
 bool parse(const std::string& text, Line* out) {
   static const std::regex form(
-      R"(QOR_VERBOSE (\w+)\(([^()]*)\) path=(\w+) threads=(\d+) time=(\d+\.\d+)ms status=(ok|bad-argument))");
+      R"(QOR_VERBOSE (\w+)\(([^()]*)\) path=(\w+) threads=(\d+) time=(\d+\.\d+)ms status=(ok|bad-argument|-?\d+))");
   std::smatch m;
   if (!std::regex_match(text, m, form)) return false;
   *out = {m[1], m[2], m[3], std::stoi(m[4]), std::stod(m[5]), m[6]};
@@ -226,6 +228,26 @@ TEST(Verbose, FailedArgumentChecksStillGiveOneLine) {
   EXPECT_EQ(lines[2].name, "cblas_dgemv");
   EXPECT_EQ(lines[2].args, "?,N,m=2,n=2,lda=2,incx=1,incy=1");
   EXPECT_EQ(lines[2].status, "bad-argument");
+}
+
+// An interface that answers with a status shows a failed call's number;
+// a successful one, and an integer result that is no status, show ok.
+TEST(Verbose, FailedStatusesAreShownByNumber) {
+  Verbose v;
+  EXPECT_EQ(qor_dft_commit(nullptr), QOR_DFT_INVALID_DESCRIPTOR);
+  EXPECT_EQ(qor_dft_copy(nullptr, nullptr), QOR_DFT_INVALID_DESCRIPTOR);
+  qor_dft_handle h = nullptr;
+  EXPECT_EQ(qor_dft_create_1d(&h, QOR_DFT_DOUBLE, QOR_DFT_COMPLEX, 8), QOR_DFT_OK);
+  EXPECT_EQ(qor_dft_free(&h), QOR_DFT_OK);
+  EXPECT_EQ(qor_sparse_d_create_csr(nullptr, QOR_SPARSE_INDEX_ZERO, 2, 2, nullptr, nullptr, nullptr, nullptr),
+            QOR_SPARSE_NULL_ARGUMENT);
+  double x[3] = {1.0, -4.0, 2.0};
+  EXPECT_EQ(cblas_idamax(3, x, 1), 1u);
+  const auto lines = v.lines();
+  ASSERT_EQ(lines.size(), 6u);
+  const std::string expected[] = {std::to_string(QOR_DFT_INVALID_DESCRIPTOR), std::to_string(QOR_DFT_INVALID_DESCRIPTOR),
+                                  "ok", "ok", std::to_string(QOR_SPARSE_NULL_ARGUMENT), "ok"};
+  for (int i = 0; i < 6; ++i) EXPECT_EQ(lines[i].status, expected[i]) << lines[i].name;
 }
 
 // A handler that makes a public call of its own on each verbose line: the

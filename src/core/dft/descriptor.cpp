@@ -223,22 +223,22 @@ extern "C" {
 
 QOR_API int qor_dft_create(qor_dft_handle* h, int64_t precision, int64_t domain, int64_t rank,
                            const int64_t* lengths) {
-  QOR_TRACED((precision, domain, rank), [=] { return create(h, precision, domain, rank, lengths); });
+  QOR_TRACED_STATUS((precision, domain, rank), [=] { return create(h, precision, domain, rank, lengths); });
 }
 
 QOR_API int qor_dft_create_1d(qor_dft_handle* h, int64_t precision, int64_t domain, int64_t length) {
-  QOR_TRACED((precision, domain, length), [=] { return create(h, precision, domain, 1, &length); });
+  QOR_TRACED_STATUS((precision, domain, length), [=] { return create(h, precision, domain, 1, &length); });
 }
 
 QOR_API int qor_dft_commit(qor_dft_handle h) {
-  QOR_TRACED((), [=]() -> int {
+  QOR_TRACED_STATUS((), [=]() -> int {
     dfxi_node* n = node_of(h);
     return valid(n) ? commit(n) : QOR_DFT_INVALID_DESCRIPTOR;
   });
 }
 
 QOR_API int qor_dft_copy(qor_dft_handle src, qor_dft_handle* out) {
-  QOR_TRACED((), [=]() -> int {
+  QOR_TRACED_STATUS((), [=]() -> int {
     const dfxi_node* n = node_of(src);
     if (!valid(n)) return QOR_DFT_INVALID_DESCRIPTOR;
     if (out == nullptr) return QOR_DFT_NULL_ARGUMENT;
@@ -247,7 +247,7 @@ QOR_API int qor_dft_copy(qor_dft_handle src, qor_dft_handle* out) {
 }
 
 QOR_API int qor_dft_free(qor_dft_handle* h) {
-  QOR_TRACED((), [=]() -> int {
+  QOR_TRACED_STATUS((), [=]() -> int {
     if (h == nullptr) return QOR_DFT_NULL_ARGUMENT;
     dfxi_node* n = node_of(*h);
     if (!valid(n)) return QOR_DFT_INVALID_DESCRIPTOR;
@@ -262,16 +262,16 @@ QOR_API int qor_dft_free(qor_dft_handle* h) {
 
 #define QOR_DFT_COMPUTE_ENTRIES(dir, forward)                                                                   \
   QOR_API int qor_dft_##dir(qor_dft_handle h, void* x) {                                                       \
-    QOR_TRACED((), [=] { return compute(h, forward, kInterleavedInPlace, x, nullptr, nullptr, nullptr); });      \
+    QOR_TRACED_STATUS((), [=] { return compute(h, forward, kInterleavedInPlace, x, nullptr, nullptr, nullptr); });      \
   }                                                                                                             \
   QOR_API int qor_dft_##dir##_out(qor_dft_handle h, void* in, void* out) {                                     \
-    QOR_TRACED((), [=] { return compute(h, forward, kInterleavedOut, in, out, nullptr, nullptr); });             \
+    QOR_TRACED_STATUS((), [=] { return compute(h, forward, kInterleavedOut, in, out, nullptr, nullptr); });      \
   }                                                                                                             \
   QOR_API int qor_dft_##dir##_split(qor_dft_handle h, void* re, void* im) {                                    \
-    QOR_TRACED((), [=] { return compute(h, forward, kSplitInPlace, re, im, nullptr, nullptr); });                \
+    QOR_TRACED_STATUS((), [=] { return compute(h, forward, kSplitInPlace, re, im, nullptr, nullptr); });         \
   }                                                                                                             \
   QOR_API int qor_dft_##dir##_split_out(qor_dft_handle h, void* in_re, void* in_im, void* out_re, void* out_im) { \
-    QOR_TRACED((), [=] { return compute(h, forward, kSplitOut, in_re, in_im, out_re, out_im); });                \
+    QOR_TRACED_STATUS((), [=] { return compute(h, forward, kSplitOut, in_re, in_im, out_re, out_im); });         \
   }
 QOR_DFT_COMPUTE_ENTRIES(forward, true)
 QOR_DFT_COMPUTE_ENTRIES(backward, false)

@@ -323,7 +323,7 @@ QOR_API int qor_dft_set_value(qor_dft_handle h, int param, ...) {
   va_start(ap, param);
   const Arg arg = read_set_arg(h, param, ap);
   va_end(ap);
-  QOR_TRACED((param), [=] { return set_arg(h, param, arg); });
+  QOR_TRACED_STATUS((param), [=] { return set_arg(h, param, arg); });
 }
 
 QOR_API int qor_dft_get_value(qor_dft_handle h, int param, ...) {
@@ -331,12 +331,12 @@ QOR_API int qor_dft_get_value(qor_dft_handle h, int param, ...) {
   va_start(ap, param);
   const Arg arg = read_get_arg(h, param, ap);
   va_end(ap);
-  QOR_TRACED((param), [=] { return get_arg(h, param, arg); });
+  QOR_TRACED_STATUS((param), [=] { return get_arg(h, param, arg); });
 }
 
 #define QOR_DFT_TYPED_ENTRY(name, T, type, set, call)                       \
   QOR_API int qor_dft_##name(qor_dft_handle h, int param, T value) {         \
-    QOR_TRACED((param), [=] {                                               \
+    QOR_TRACED_STATUS((param), [=] {                                        \
       const int st = check(h, param, type, set);                            \
       return st != QOR_DFT_OK ? st : call(node_of(h), param, value);        \
     });                                                                     \

@@ -11,7 +11,7 @@
 // flags); pointers and scalars are left out.
 #define QOR_ZUPS_FORWARD(ret, name, params, args)                                            \
   QOR_API ret qor_dft_##name params {                                                        \
-    QOR_TRACED(args, [=] { return QOR_KERNEL(qor_dft_def_##name) args; });                    \
+    QOR_TRACED_STATUS(args, [=] { return QOR_KERNEL(qor_dft_def_##name) args; });             \
   }
 extern "C" {
 QOR_ZUPS_ENTRIES(QOR_ZUPS_FORWARD)
@@ -69,26 +69,26 @@ F find(const Named<F> (&list)[N], const char* name) {
 extern "C" {
 
 QOR_API int qor_dft_step(const char* kernel, const void* src, void* dst, const qor_zups_step* step) {
-  QOR_TRACED_NAMED((qor::core::trace::Name{kernel}), "kernel", [=] {
+  QOR_TRACED_STATUS_NAMED((qor::core::trace::Name{kernel}), "kernel", [=] {
     StepFn f = find(kSteps, kernel);
     return f != nullptr ? f(src, dst, step) : QOR_ZUPS_WRONG_SPEC;
   });
 }
 QOR_API int qor_dft_step_split(const char* kernel, const void* src_re, const void* src_im, void* dst_re, void* dst_im,
                                const qor_zups_step* step) {
-  QOR_TRACED_NAMED((qor::core::trace::Name{kernel}), "kernel", [=] {
+  QOR_TRACED_STATUS_NAMED((qor::core::trace::Name{kernel}), "kernel", [=] {
     SplitFn f = find(kSplitSteps, kernel);
     return f != nullptr ? f(src_re, src_im, dst_re, dst_im, step) : QOR_ZUPS_WRONG_SPEC;
   });
 }
 QOR_API int qor_dft_step_outord(const char* kernel, void* data, const qor_zups_step* step) {
-  QOR_TRACED_NAMED((qor::core::trace::Name{kernel}), "kernel", [=] {
+  QOR_TRACED_STATUS_NAMED((qor::core::trace::Name{kernel}), "kernel", [=] {
     OutOrdFn f = find(kOutOrd, kernel);
     return f != nullptr ? f(data, step) : QOR_ZUPS_WRONG_SPEC;
   });
 }
 QOR_API int qor_dft_step_outord_split(const char* kernel, void* re, void* im, const qor_zups_step* step) {
-  QOR_TRACED_NAMED((qor::core::trace::Name{kernel}), "kernel", [=] {
+  QOR_TRACED_STATUS_NAMED((qor::core::trace::Name{kernel}), "kernel", [=] {
     OutOrdSplitFn f = find(kOutOrdSplit, kernel);
     return f != nullptr ? f(re, im, step) : QOR_ZUPS_WRONG_SPEC;
   });

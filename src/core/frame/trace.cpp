@@ -102,13 +102,19 @@ bool start(const char* name, const char* keys, const Field* fields, int count) {
   return true;
 }
 
-void finish() {
+void finish(long long status) {
   Record& r = t_record;
   const double ms = elapsed_ms(r.t0);
   const bool bad = thread_argument_errors() != r.errors;
+  char code[24] = "ok";
+  if (bad) {
+    std::snprintf(code, sizeof code, "bad-argument");
+  } else if (status != 0) {
+    std::snprintf(code, sizeof code, "%lld", status);
+  }
   char line[512];
   std::snprintf(line, sizeof line, "QOR_VERBOSE %s(%s) path=%s threads=%d time=%.4fms status=%s", r.name, r.args,
-                qor_cpu_path_name(qor_get_cpu_path()), r.threads, ms, bad ? "bad-argument" : "ok");
+                qor_cpu_path_name(qor_get_cpu_path()), r.threads, ms, code);
   // Still marked busy while the line is delivered: a handler that calls a
   // public routine is not traced into an endless exchange.
   report(QOR_MSG_VERBOSE, r.name, line);

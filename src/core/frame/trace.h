@@ -19,7 +19,9 @@
 // the number of groups. Then the processor path in force
 // (qor_get_cpu_path), the largest team the call may use (1 inside a
 // parallel region), the wall time in milliseconds, and status=ok, or
-// status=bad-argument when the call reported an argument error.
+// status=bad-argument when the call reported an argument error, or, for an
+// entry that returns a status (the transform and sparse interfaces), the
+// number it returned when that is not 0 (status=3).
 //
 // A public routine reached from inside another traced call on the same
 // thread (a message handler calling back, say) is not traced again: the
@@ -126,24 +128,35 @@ Field field(First<T> a) {
 // already, or verbose mode turns out to be off.
 bool start(const char* name, const char* keys, const Field* fields, int count);
 
-// Ends it: reads the clock, delivers the line, clears the mark.
-void finish();
+// Ends it: reads the clock, delivers the line, clears the mark. `status` is
+// the entry's returned status (0 when it returns none or succeeded).
+void finish(long long status = 0);
 
 // Runs the work of a public entry traced. Kept out of line and out of the
 // hot text: the entry branches here with its arguments still in their
 // registers and returns straight after, so its untraced path is the code it
 // would be without a trace.
-template <class F, class... A>
+// With Status, an integer result of the body is the entry's status, shown
+// when not 0 (a pointer or no result is no status).
+template <bool Status, class F, class... A>
 [[gnu::cold, gnu::noinline]] auto run(const char* name, const char* keys, F body, const A&... args) {
   struct End {
     bool traced;
+    long long status = 0;
     ~End() {
-      if (traced) finish();
+      if (traced) finish(status);
     }
   };
   const Field fields[sizeof...(A) + 1] = {field(args)...};
-  const End end{start(name, keys, fields, static_cast<int>(sizeof...(A)))};
-  return body();
+  End end{start(name, keys, fields, static_cast<int>(sizeof...(A)))};
+  using R = decltype(body());
+  if constexpr (Status && (std::is_integral_v<R> || std::is_enum_v<R>)) {
+    auto result = body();
+    end.status = static_cast<long long>(result);
+    return result;
+  } else {
+    return body();
+  }
 }
 
 // The word, for the check in the entries: nonzero when verbose mode is on
@@ -161,10 +174,15 @@ inline bool maybe_on() { return std::atomic_ref<int>(g_verbose_word).load(std::m
 // explicitly. The lambda is spelled out twice in the expansion: the traced
 // copy is built only on the cold path, and the untraced one is called on
 // the spot, so the entry's usual path is its work and nothing else.
+// QOR_TRACED_STATUS and QOR_TRACED_STATUS_NAMED are the same for an entry
+// whose result is a status: a nonzero one is shown on the line.
 #define QOR_TRACED(args, ...) QOR_TRACED_NAMED(args, QOR_TRACE_KEYS args, __VA_ARGS__)
-#define QOR_TRACED_NAMED(args, keys, ...)                                                            \
+#define QOR_TRACED_NAMED(args, keys, ...) QOR_TRACED_AS(false, args, keys, __VA_ARGS__)
+#define QOR_TRACED_STATUS(args, ...) QOR_TRACED_STATUS_NAMED(args, QOR_TRACE_KEYS args, __VA_ARGS__)
+#define QOR_TRACED_STATUS_NAMED(args, keys, ...) QOR_TRACED_AS(true, args, keys, __VA_ARGS__)
+#define QOR_TRACED_AS(status, args, keys, ...)                                                       \
   if (::qor::core::trace::maybe_on()) [[unlikely]]                                                   \
-    return ::qor::core::trace::run(__func__, keys, __VA_ARGS__ QOR_TRACE_COMMA_ITEMS args);          \
+    return ::qor::core::trace::run<status>(__func__, keys, __VA_ARGS__ QOR_TRACE_COMMA_ITEMS args);  \
   return (__VA_ARGS__)()
 
 // The routine that does an entry's work, when the entry is its only

@@ -137,7 +137,7 @@ extern "C" {
 
 #define QOR_SPARSE_CONVERT_ENTRY(w, I, SFX)                                                                      \
   QOR_API int qor_sparse_convert_csr##SFX(public_handle_t<I> src, int op, public_handle_t<I>* dest) {            \
-    QOR_TRACED((op), [=]() -> int {                                                                              \
+    QOR_TRACED_STATUS((op), [=]() -> int {                                                                       \
       const auto* h = record_of(src);                                                                            \
       if (const int st = check(h, op, dest); st != ok) return st;                                                \
       sparse_matrix<I>* made = nullptr;                                                                          \

@@ -689,17 +689,17 @@ extern "C" {
 #define QOR_SPARSE_PRODUCT_ENTRIES(l, P, w, I, SFX)                                                                  \
   QOR_API int qor_sparse_##l##_mv##SFX(int op, P alpha, public_handle_t<I> A, qor_sparse_descr descr, const P* x,    \
                                        P beta, P* y) {                                                               \
-    QOR_TRACED_NAMED((op, descr.type, descr.mode, descr.diag), "op,type,mode,diag",                                  \
+    QOR_TRACED_STATUS_NAMED((op, descr.type, descr.mode, descr.diag), "op,type,mode,diag",                           \
                      [=] { return mv<P, I>(op, alpha, A, descr, x, beta, y, nullptr, product_kind::mv); });          \
   }                                                                                                                  \
   QOR_API int qor_sparse_##l##_dotmv##SFX(int op, P alpha, public_handle_t<I> A, qor_sparse_descr descr, const P* x, \
                                           P beta, P* y, P* d) {                                                      \
-    QOR_TRACED_NAMED((op, descr.type, descr.mode, descr.diag), "op,type,mode,diag",                                  \
+    QOR_TRACED_STATUS_NAMED((op, descr.type, descr.mode, descr.diag), "op,type,mode,diag",                           \
                      [=] { return mv<P, I>(op, alpha, A, descr, x, beta, y, d, product_kind::dotmv); });             \
   }                                                                                                                  \
   QOR_API int qor_sparse_##l##_mm##SFX(int op, P alpha, public_handle_t<I> A, qor_sparse_descr descr, int layout,    \
                                        const P* B, I columns, I ldb, P beta, P* C, I ldc) {                          \
-    QOR_TRACED_NAMED((op, descr.type, descr.mode, descr.diag, layout, columns, ldb, ldc),                            \
+    QOR_TRACED_STATUS_NAMED((op, descr.type, descr.mode, descr.diag, layout, columns, ldb, ldc),                     \
                      "op,type,mode,diag,layout,columns,ldb,ldc",                                                     \
                      [=] { return mm<P, I>(op, alpha, A, descr, layout, B, columns, ldb, beta, C, ldc); });          \
   }
