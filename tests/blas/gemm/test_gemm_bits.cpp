@@ -32,6 +32,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "blas/gemm/signatures.h"
 #include "common/testing.h"
 #include "qor/qor.h"
 
@@ -46,8 +47,7 @@ using c32 = std::complex<float>;
 using c64 = std::complex<double>;
 
 template <class T>
-using Body = void(const char*, const char*, const i64*, const i64*, const i64*, const T*, const T*, const i64*,
-                  const T*, const i64*, const T*, T*, const i64*);
+using Body = qor::gemm_sig::gemm_fn<T>;
 
 template <class T>
 constexpr bool is_cx = !std::is_same_v<T, float> && !std::is_same_v<T, double>;

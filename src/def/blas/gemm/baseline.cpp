@@ -265,10 +265,10 @@ QOR_DEF_API void qor_blas_def_dgemm_pst(QOR_GEMM_ARGS(double)) {
   pst<double>(*transa, *transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc);
 }
 
-QOR_DEF_API void qor_blas_def_dgemm_copyan(QOR_GEMM_COPYA_ARGS) { copy_a<false>(*rows, *depth, a, *lda, panel, *alpha); }
-QOR_DEF_API void qor_blas_def_dgemm_copyat(QOR_GEMM_COPYA_ARGS) { copy_a<true>(*rows, *depth, a, *lda, panel, *alpha); }
-QOR_DEF_API void qor_blas_def_dgemm_copybn(QOR_GEMM_COPYB_ARGS) { copy_b<false>(*depth, *cols, b, *ldb, panel); }
-QOR_DEF_API void qor_blas_def_dgemm_copybt(QOR_GEMM_COPYB_ARGS) { copy_b<true>(*depth, *cols, b, *ldb, panel); }
+QOR_DEF_API void qor_blas_def_dgemm_copyan(QOR_GEMM_COPYA_ARGS(double)) { copy_a<false>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copyat(QOR_GEMM_COPYA_ARGS(double)) { copy_a<true>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copybn(QOR_GEMM_COPYB_ARGS(double)) { copy_b<false>(*depth, *cols, b, *ldb, panel); }
+QOR_DEF_API void qor_blas_def_dgemm_copybt(QOR_GEMM_COPYB_ARGS(double)) { copy_b<true>(*depth, *cols, b, *ldb, panel); }
 
 QOR_DEF_API void qor_blas_def_dgemm_inner(QOR_GEMM_INNER_ARGS) {
   (void)zero;

@@ -197,7 +197,7 @@ QOR_DEF_API void qor_blas_def_dgemm_blk_info_hi_thr_bdz(QOR_GEMM_BLK_INFO_ARGS) 
 // One block of (row block + column block) * depth elements and 16896 bytes
 // more, aligned to 128; the A panel on the first page boundary at or above
 // it, the B panel on the first page boundary past the A panel.
-QOR_DEF_API void qor_blas_def_dgemm_getbufs_bdz(QOR_GEMM_GETBUFS_ARGS) {
+QOR_DEF_API void qor_blas_def_dgemm_getbufs_bdz(QOR_GEMM_GETBUFS_ARGS(double)) {
   *raw = nullptr;
   *apanel = nullptr;
   *bpanel = nullptr;
@@ -212,9 +212,9 @@ QOR_DEF_API void qor_blas_def_dgemm_getbufs_bdz(QOR_GEMM_GETBUFS_ARGS) {
 
 QOR_DEF_API void qor_blas_def_dgemm_freebufs_bdz(void* raw) { qor_serv_deallocate(raw); }
 
-QOR_DEF_API void qor_blas_def_dgemm_copyan_bdz(QOR_GEMM_COPYA_ARGS) { copy_a<false>(*rows, *depth, a, *lda, panel, *alpha); }
-QOR_DEF_API void qor_blas_def_dgemm_copyat_bdz(QOR_GEMM_COPYA_ARGS) { copy_a<true>(*rows, *depth, a, *lda, panel, *alpha); }
-QOR_DEF_API void qor_blas_def_dgemm_copybn_bdz(QOR_GEMM_COPYB_ARGS) { copy_b<false>(*depth, *cols, b, *ldb, panel); }
-QOR_DEF_API void qor_blas_def_dgemm_copybt_bdz(QOR_GEMM_COPYB_ARGS) { copy_b<true>(*depth, *cols, b, *ldb, panel); }
+QOR_DEF_API void qor_blas_def_dgemm_copyan_bdz(QOR_GEMM_COPYA_ARGS(double)) { copy_a<false>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copyat_bdz(QOR_GEMM_COPYA_ARGS(double)) { copy_a<true>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copybn_bdz(QOR_GEMM_COPYB_ARGS(double)) { copy_b<false>(*depth, *cols, b, *ldb, panel); }
+QOR_DEF_API void qor_blas_def_dgemm_copybt_bdz(QOR_GEMM_COPYB_ARGS(double)) { copy_b<true>(*depth, *cols, b, *ldb, panel); }
 
 QOR_DEF_API void qor_blas_def_dgemm_kernel_bdz(const qor_dgemm_kernel_args* args) { kernel_12x4(args); }

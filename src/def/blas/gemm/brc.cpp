@@ -288,18 +288,18 @@ QOR_DEF_API void qor_blas_def_dgemm_blk_info_0_brc(QOR_GEMM_BLK_INFO_ARGS) { blk
 QOR_DEF_API void qor_blas_def_dgemm_blk_info_1_brc(QOR_GEMM_BLK_INFO_ARGS) { blk_info<1>(m, n, k, mb, nb, kb, mu, nu, ku); }
 
 // Four cases, by whether there is an A block and a B block (common.h).
-QOR_DEF_API void qor_blas_def_dgemm_getbufs_brc(QOR_GEMM_GETBUFS_ARGS) {
+QOR_DEF_API void qor_blas_def_dgemm_getbufs_brc(QOR_GEMM_GETBUFS_ARGS(double)) {
   getbufs_brc<8>(*mb, *nb, *kb, raw, apanel, bpanel, extra);
 }
 
 QOR_DEF_API void qor_blas_def_dgemm_freebufs_brc(void* raw) { qor_serv_deallocate(raw); }
 
-QOR_DEF_API void qor_blas_def_dgemm_copyan_0_brc(QOR_GEMM_COPYA_ARGS) { copy_a<false, true>(*rows, *depth, a, *lda, panel, *alpha); }
-QOR_DEF_API void qor_blas_def_dgemm_copyat_0_brc(QOR_GEMM_COPYA_ARGS) { copy_a<true, true>(*rows, *depth, a, *lda, panel, *alpha); }
-QOR_DEF_API void qor_blas_def_dgemm_copyan_1_brc(QOR_GEMM_COPYA_ARGS) { copy_a<false, false>(*rows, *depth, a, *lda, panel, *alpha); }
-QOR_DEF_API void qor_blas_def_dgemm_copyat_1_brc(QOR_GEMM_COPYA_ARGS) { copy_a<true, false>(*rows, *depth, a, *lda, panel, *alpha); }
-QOR_DEF_API void qor_blas_def_dgemm_copybn_brc(QOR_GEMM_COPYB_ARGS) { copy_b<false>(*depth, *cols, b, *ldb, panel); }
-QOR_DEF_API void qor_blas_def_dgemm_copybt_brc(QOR_GEMM_COPYB_ARGS) { copy_b<true>(*depth, *cols, b, *ldb, panel); }
+QOR_DEF_API void qor_blas_def_dgemm_copyan_0_brc(QOR_GEMM_COPYA_ARGS(double)) { copy_a<false, true>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copyat_0_brc(QOR_GEMM_COPYA_ARGS(double)) { copy_a<true, true>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copyan_1_brc(QOR_GEMM_COPYA_ARGS(double)) { copy_a<false, false>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copyat_1_brc(QOR_GEMM_COPYA_ARGS(double)) { copy_a<true, false>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copybn_brc(QOR_GEMM_COPYB_ARGS(double)) { copy_b<false>(*depth, *cols, b, *ldb, panel); }
+QOR_DEF_API void qor_blas_def_dgemm_copybt_brc(QOR_GEMM_COPYB_ARGS(double)) { copy_b<true>(*depth, *cols, b, *ldb, panel); }
 
 QOR_DEF_API void qor_blas_def_dgemm_kernel0_0_brc(QOR_GEMM_INNER_ARGS) {
   (void)zero;

@@ -4,7 +4,6 @@
 #include <cstdint>
 
 #include "blas/gemm/api.h"
-#include "blas/gemm_scz/api.h"
 #include "frame/isa.h"
 #include "frame/types.h"
 

@@ -6,11 +6,11 @@
 // depth block, k mod the depth block, is handled first, so all later calls
 // are full blocks that only add. Blocks are fixed per type (traits.h).
 #pragma once
-#include "blas/gemm_scz/pack_sse.h"
-#include "blas/gemm_scz/pst.h"
-#include "blas/gemm_scz/scale.h"
-#include "blas/gemm_scz/sse.h"
-#include "blas/gemm_scz/traits.h"
+#include "blas/gemm/pack_sse.h"
+#include "blas/gemm/pst.h"
+#include "blas/gemm/scale.h"
+#include "blas/gemm/sse.h"
+#include "blas/gemm/traits.h"
 #include "blas/level2/dispatch.h"
 #include "frame/services.h"
 

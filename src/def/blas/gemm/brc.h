@@ -8,11 +8,11 @@
 // bodies, the partial depth block comes first and its kernel call applies
 // beta.
 #pragma once
-#include "blas/gemm_scz/pack_sse.h"
-#include "blas/gemm_scz/pst.h"
-#include "blas/gemm_scz/scale.h"
-#include "blas/gemm_scz/sse.h"
-#include "blas/gemm_scz/traits.h"
+#include "blas/gemm/pack_sse.h"
+#include "blas/gemm/pst.h"
+#include "blas/gemm/scale.h"
+#include "blas/gemm/sse.h"
+#include "blas/gemm/traits.h"
 #include "frame/services.h"
 
 QOR_ISA_BEGIN

@@ -3,11 +3,11 @@
 // Bulldozer-class file; it calls the _bdz or the _zen kernel by the answer
 // of qor_serv_cpuiszen.
 #pragma once
-#include "blas/gemm_scz/kernel_avx.h"
-#include "blas/gemm_scz/pack_sse.h"
-#include "blas/gemm_scz/pst.h"
-#include "blas/gemm_scz/scale.h"
-#include "blas/gemm_scz/traits.h"
+#include "blas/gemm/kernel_avx.h"
+#include "blas/gemm/pack_sse.h"
+#include "blas/gemm/pst.h"
+#include "blas/gemm/scale.h"
+#include "blas/gemm/traits.h"
 #include "frame/services.h"
 
 QOR_ISA_BEGIN
