@@ -82,11 +82,8 @@ extern int RowMajorStrg;
 #if __has_include("qor/blas_level2.h")
 #include "qor/blas_level2.h"
 #endif
-#if __has_include("qor/blas_level3.h")
-#include "qor/blas_level3.h"
-#endif
-#if __has_include("qor/blas_gemm_scz.h")
-#include "qor/blas_gemm_scz.h"
+#if __has_include("qor/blas_gemm.h")
+#include "qor/blas_gemm.h"
 #endif
 #if __has_include("qor/blas_level3_ext.h")
 #include "qor/blas_level3_ext.h"

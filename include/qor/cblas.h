@@ -34,11 +34,8 @@ void cblas_xerbla(int arg, const char* routine, const char* form, ...);
 #if __has_include("qor/cblas_level2.h")
 #include "qor/cblas_level2.h"
 #endif
-#if __has_include("qor/cblas_level3.h")
-#include "qor/cblas_level3.h"
-#endif
-#if __has_include("qor/cblas_gemm_scz.h")
-#include "qor/cblas_gemm_scz.h"
+#if __has_include("qor/cblas_gemm.h")
+#include "qor/cblas_gemm.h"
 #endif
 #if __has_include("qor/cblas_level3_ext.h")
 #include "qor/cblas_level3_ext.h"

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "check.h"
-#include "qor/blas_gemm_scz.h"
+#include "qor/blas_gemm.h"
 #include "qor/qor.h"
 
 namespace {

@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "blas/common/interface.h"
+#include "blas/gemm/signatures.h"
 #include "frame/trace.h"
 #include "frame/threads.h"
 #include "frame/types.h"
@@ -17,8 +18,7 @@ namespace qor::core::blas {
 using i64 = std::int64_t;
 
 template <class T>
-using GemmEntry = void (*)(const char*, const char*, const i64*, const i64*, const i64*, const T*, const T*,
-                           const i64*, const T*, const i64*, const T*, T*, const i64*);
+using GemmEntry = ::qor::gemm_sig::gemm_fn<T>*;
 
 // A split of C into pr x pc blocks, one per thread.
 struct Grid {

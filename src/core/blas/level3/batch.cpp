@@ -17,8 +17,6 @@
 #include "blas/gemm/api.h"
 #include "blas/gemm/dispatch.h"
 #include "blas/gemm/gemm.h"
-#include "blas/gemm_scz/api.h"
-#include "blas/gemm_scz/dispatch.h"
 #include "blas/level3/checks.h"
 #include "blas/level3/team.h"
 #include "frame/member.h"

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "blas/common/interface.h"
+#include "blas/gemm/signatures.h"
 
 namespace qor::core::l3 {
 
@@ -31,8 +32,7 @@ template <class T>
 using GemmtFn = void (*)(const char*, const char*, const char*, const i64*, const i64*, const T*, const T*,
                          const i64*, const T*, const i64*, const T*, T*, const i64*);
 template <class T, class TA, class TB = T>
-using GemmFn = void (*)(const char*, const char*, const i64*, const i64*, const i64*, const T*, const TA*,
-                        const i64*, const TB*, const i64*, const T*, T*, const i64*);
+using GemmFn = ::qor::gemm_sig::product_fn<T, i64, TA, TB>*;
 
 inline i64 at_least_1(i64 v) { return v > 1 ? v : 1; }
 inline bool one_of(char c, const char* set) { return c != '\0' && std::strchr(set, c) != nullptr; }

@@ -4,7 +4,6 @@
 #include "blas/level3/dispatch.h"
 
 #include "blas/gemm/api.h"
-#include "blas/gemm_scz/api.h"
 #include "blas/level3/api.h"
 #include "blas/level3/team.h"
 #include "frame/member.h"

@@ -6,7 +6,7 @@
 
 #include "blas/gemm/api.h"
 #include "blas/gemm/common.h"
-#include "blas/level2/dispatch.h"
+#include "blas/gemm/driver.h"
 #include "frame/services.h"
 
 namespace {
@@ -208,33 +208,31 @@ void baseline_body(const char* transa, const char* transb, std::int64_t m, std::
     const std::int64_t n4 = n & ~std::int64_t{3}, m2 = m & ~std::int64_t{1};
     const std::int64_t zero = 0;
 
-    for (std::int64_t j = 0; j < n4; j += blk.nb) {
-      std::int64_t cols = min(blk.nb, n4 - j);
-      for (std::int64_t l = 0; l < k; l += blk.kb) {
-        std::int64_t kc = min(blk.kb, k - l);
-        std::int64_t kp = round_up(kc, 4);
-        auto* const kernel = kp == 128 ? &qor_blas_def_dgemm_inner_general : &qor_blas_def_dgemm_inner;
-        copy_b_fn(&kc, &cols, nb ? b + l + j * ldb : b + j + l * ldb, &ldb, bpanel);
-        for (std::int64_t i = 0; i < m2; i += blk.mb) {
-          std::int64_t rows = min(blk.mb, m2 - i);
+    // Pairs of rows and groups of 4 columns through the kernel; the last
+    // odd row through the unpacked kernel after each column and depth block.
+    block_loop<LoopOrder::ColumnsOuter, DepthOrder::PartialLast>(
+        m2, n4, k, blk.mb, blk.nb, blk.kb,
+        [&](std::int64_t i, std::int64_t l, std::int64_t rows, std::int64_t kc) {
           copy_a_fn(&rows, &kc, na ? a + i + l * lda : a + l + i * lda, &lda, apanel, alpha);
-          kernel(&rows, &cols, &kp, apanel, bpanel, &zero, c + i + j * ldc, &ldc, expanded, alpha);
-        }
-        if (m & 1) {
+        },
+        [&](std::int64_t l, std::int64_t j, std::int64_t kc, std::int64_t cols) {
+          copy_b_fn(&kc, &cols, nb ? b + l + j * ldb : b + j + l * ldb, &ldb, bpanel);
+        },
+        [&](const Block& t) {
+          const std::int64_t kp = round_up(t.depth, 4);
+          auto* const kernel = kp == 128 ? &qor_blas_def_dgemm_inner_general : &qor_blas_def_dgemm_inner;
+          kernel(&t.rows, &t.cols, &kp, apanel, bpanel, &zero, c + t.i + t.j * ldc, &ldc, expanded, alpha);
+        },
+        [&](std::int64_t j, std::int64_t cols, std::int64_t l, std::int64_t kc) {
+          if ((m & 1) == 0) return;
           const std::int64_t last = m - 1;
           qor_blas_def_dgemm_pst(transa, transb, &one_i, &cols, &kc, alpha,
                                  na ? a + last + l * lda : a + l + last * lda, &lda,
                                  nb ? b + l + j * ldb : b + j + l * ldb, &ldb, &one, c + last + j * ldc, &ldc);
-        }
-      }
-    }
-    // The last n mod 4 columns, each a matrix-vector product over the whole m.
-    for (std::int64_t j = n4; j < n; ++j) {
-      const std::int64_t rows = na ? m : k, cols = na ? k : m;
-      const std::int64_t incx = nb ? 1 : ldb;
-      qor_blas_dgemv(transa, &rows, &cols, alpha, a, &lda, nb ? b + j * ldb : b + j, &incx, &one, c + j * ldc,
-                     &one_i);
-    }
+        });
+    // The last n mod 4 columns, each a matrix-vector product over the whole
+    // m; C has had its beta.
+    gemv_columns<double>(transa, !na, !nb, m, n4, n, k, alpha, a, lda, b, ldb, &one, c, ldc);
   };
   beta_first_body<double>(&qor_blas_def_dgemm_scalm, m == 1 || n == 1 || k <= 1, "DGEMM", alloc,
                           &qor_serv_deallocate, packed, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
@@ -265,10 +263,10 @@ QOR_DEF_API void qor_blas_def_dgemm_pst(QOR_GEMM_ARGS(double)) {
   pst<double>(*transa, *transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc);
 }
 
-QOR_DEF_API void qor_blas_def_dgemm_copyan(QOR_GEMM_COPYA_ARGS) { copy_a<false>(*rows, *depth, a, *lda, panel, *alpha); }
-QOR_DEF_API void qor_blas_def_dgemm_copyat(QOR_GEMM_COPYA_ARGS) { copy_a<true>(*rows, *depth, a, *lda, panel, *alpha); }
-QOR_DEF_API void qor_blas_def_dgemm_copybn(QOR_GEMM_COPYB_ARGS) { copy_b<false>(*depth, *cols, b, *ldb, panel); }
-QOR_DEF_API void qor_blas_def_dgemm_copybt(QOR_GEMM_COPYB_ARGS) { copy_b<true>(*depth, *cols, b, *ldb, panel); }
+QOR_DEF_API void qor_blas_def_dgemm_copyan(QOR_GEMM_COPYA_ARGS(double)) { copy_a<false>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copyat(QOR_GEMM_COPYA_ARGS(double)) { copy_a<true>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copybn(QOR_GEMM_COPYB_ARGS(double)) { copy_b<false>(*depth, *cols, b, *ldb, panel); }
+QOR_DEF_API void qor_blas_def_dgemm_copybt(QOR_GEMM_COPYB_ARGS(double)) { copy_b<true>(*depth, *cols, b, *ldb, panel); }
 
 QOR_DEF_API void qor_blas_def_dgemm_inner(QOR_GEMM_INNER_ARGS) {
   (void)zero;

@@ -8,8 +8,8 @@
 
 #include "blas/gemm/api.h"
 #include "blas/gemm/common.h"
+#include "blas/gemm/driver.h"
 #include "blas/gemm/kernel_12x4.h"
-#include "blas/level2/dispatch.h"
 #include "frame/services.h"
 
 namespace {
@@ -137,41 +137,34 @@ void tuned_body(BlkInfo rule, const char* transa, const char* transb, const i64*
     const bool na = (*transa & 0xDF) == 'N', nb_ = (*transb & 0xDF) == 'N';
     auto* const copy_b_fn = nb_ ? &qor_blas_def_dgemm_copybn_bdz : &qor_blas_def_dgemm_copybt_bdz;
     const i64 m12 = m / 12 * 12, n4 = n & ~i64{3};
-    for (i64 j = 0; j < n4; j += nb) {
-      i64 cols = min(nb, n4 - j);
-      for (i64 l = 0; l < k; l += kb) {
-        i64 kc = min(kb, k - l);
-        copy_b_fn(&kc, &cols, nb_ ? b + l + j * ldb : b + j + l * ldb, ldb_, bpanel);
-        if (na) {
-          for (i64 i = 0; i < m12; i += mb) {
-            i64 rows = min(mb, m12 - i);
+    // Strips of 12 rows and groups of 4 columns through the kernel; the rows
+    // past the last strip through the unpacked kernel after each column and
+    // depth block.
+    block_loop<LoopOrder::ColumnsOuter, DepthOrder::PartialLast>(
+        m12, n4, k, mb, nb, kb,
+        [&](i64 i, i64 l, i64 rows, i64 kc) {
+          if (na) {
             qor_blas_def_dgemm_copyan_bdz(&rows, &kc, a + i + l * lda, lda_, apanel, alpha);
-            qor_dgemm_kernel_args args{apanel, bpanel, c + i + j * ldc, rows, cols, kc, ldc};
-            kernel(&args);
-          }
-        } else {
-          for (i64 i = 0; i < m12; i += mb) {
-            i64 rows = min(mb, m12 - i);
+          } else {
             qor_blas_def_dgemm_copyat_bdz(&rows, &kc, a + l + i * lda, lda_, apanel, alpha);
-            qor_dgemm_kernel_args args{apanel, bpanel, c + i + j * ldc, rows, cols, kc, ldc};
-            kernel(&args);
           }
-        }
-        if (m12 < m)
-          pst<double>(*transa, *transb, m - m12, cols, kc, *alpha, na ? a + m12 + l * lda : a + l + m12 * lda, lda,
-                      nb_ ? b + l + j * ldb : b + j + l * ldb, ldb, 1.0, c + m12 + j * ldc, ldc);
-      }
-    }
-    // The last n mod 4 columns, each a matrix-vector product over the whole m.
+        },
+        [&](i64 l, i64 j, i64 kc, i64 cols) {
+          copy_b_fn(&kc, &cols, nb_ ? b + l + j * ldb : b + j + l * ldb, ldb_, bpanel);
+        },
+        [&](const Block& t) {
+          qor_dgemm_kernel_args args{apanel, bpanel, c + t.i + t.j * ldc, t.rows, t.cols, t.depth, ldc};
+          kernel(&args);
+        },
+        [&](i64 j, i64 cols, i64 l, i64 kc) {
+          if (m12 < m)
+            pst<double>(*transa, *transb, m - m12, cols, kc, *alpha, na ? a + m12 + l * lda : a + l + m12 * lda, lda,
+                        nb_ ? b + l + j * ldb : b + j + l * ldb, ldb, 1.0, c + m12 + j * ldc, ldc);
+        });
+    // The last n mod 4 columns, each a matrix-vector product over the whole
+    // m; C has had its beta.
     const double one = 1.0;
-    const i64 one_i = 1, rows = na ? m : k, cols = na ? k : m;
-    if (nb_) {
-      for (i64 j = n4; j < n; ++j)
-        qor_blas_dgemv(transa, &rows, &cols, alpha, a, lda_, b + j * ldb, &one_i, &one, c + j * ldc, &one_i);
-    } else {
-      for (i64 j = n4; j < n; ++j)
-        qor_blas_dgemv(transa, &rows, &cols, alpha, a, lda_, b + j, ldb_, &one, c + j * ldc, &one_i);
-    }
+    gemv_columns<double>(transa, !na, !nb_, m, n4, n, k, alpha, a, lda, b, ldb, &one, c, ldc);
   };
   beta_first_body<double>(&qor_blas_def_dgemm_mscale, m < 12 || n < 4 || k <= 1, "xdgemm", alloc,
                           &qor_blas_def_dgemm_freebufs_bdz, packed, transa, transb, m, n, k, alpha, a, lda, b, ldb,
@@ -197,7 +190,7 @@ QOR_DEF_API void qor_blas_def_dgemm_blk_info_hi_thr_bdz(QOR_GEMM_BLK_INFO_ARGS) 
 // One block of (row block + column block) * depth elements and 16896 bytes
 // more, aligned to 128; the A panel on the first page boundary at or above
 // it, the B panel on the first page boundary past the A panel.
-QOR_DEF_API void qor_blas_def_dgemm_getbufs_bdz(QOR_GEMM_GETBUFS_ARGS) {
+QOR_DEF_API void qor_blas_def_dgemm_getbufs_bdz(QOR_GEMM_GETBUFS_ARGS(double)) {
   *raw = nullptr;
   *apanel = nullptr;
   *bpanel = nullptr;
@@ -212,9 +205,9 @@ QOR_DEF_API void qor_blas_def_dgemm_getbufs_bdz(QOR_GEMM_GETBUFS_ARGS) {
 
 QOR_DEF_API void qor_blas_def_dgemm_freebufs_bdz(void* raw) { qor_serv_deallocate(raw); }
 
-QOR_DEF_API void qor_blas_def_dgemm_copyan_bdz(QOR_GEMM_COPYA_ARGS) { copy_a<false>(*rows, *depth, a, *lda, panel, *alpha); }
-QOR_DEF_API void qor_blas_def_dgemm_copyat_bdz(QOR_GEMM_COPYA_ARGS) { copy_a<true>(*rows, *depth, a, *lda, panel, *alpha); }
-QOR_DEF_API void qor_blas_def_dgemm_copybn_bdz(QOR_GEMM_COPYB_ARGS) { copy_b<false>(*depth, *cols, b, *ldb, panel); }
-QOR_DEF_API void qor_blas_def_dgemm_copybt_bdz(QOR_GEMM_COPYB_ARGS) { copy_b<true>(*depth, *cols, b, *ldb, panel); }
+QOR_DEF_API void qor_blas_def_dgemm_copyan_bdz(QOR_GEMM_COPYA_ARGS(double)) { copy_a<false>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copyat_bdz(QOR_GEMM_COPYA_ARGS(double)) { copy_a<true>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copybn_bdz(QOR_GEMM_COPYB_ARGS(double)) { copy_b<false>(*depth, *cols, b, *ldb, panel); }
+QOR_DEF_API void qor_blas_def_dgemm_copybt_bdz(QOR_GEMM_COPYB_ARGS(double)) { copy_b<true>(*depth, *cols, b, *ldb, panel); }
 
 QOR_DEF_API void qor_blas_def_dgemm_kernel_bdz(const qor_dgemm_kernel_args* args) { kernel_12x4(args); }

@@ -15,6 +15,7 @@
 
 #include "blas/gemm/api.h"
 #include "blas/gemm/common.h"
+#include "blas/gemm/driver.h"
 #include "frame/services.h"
 
 namespace {
@@ -235,26 +236,26 @@ void brc_body(const char* transa, const char* transb, const i64* m_, const i64* 
                                         : (na ? &qor_blas_def_dgemm_copyan_1_brc : &qor_blas_def_dgemm_copyat_1_brc);
     auto* const copy_b_fn = nbl ? &qor_blas_def_dgemm_copybn_brc : &qor_blas_def_dgemm_copybt_brc;
     const i64 zero = 0;
-    for (i64 j = 0; j < n; j += nb) {
-      i64 cols = min(nb, n - j);
-      for (i64 l = 0; l < k; l += kb) {
-        i64 kc = min(kb, k - l), kp = round_up(kc, 4);
-        const double* bsrc = nbl ? b + l + j * ldb : b + j + l * ldb;
-        if (BMode == 0) copy_b_fn(&kc, &cols, bsrc, ldb_, bpanel);
-        for (i64 i = 0; i < m; i += mb) {
-          i64 rows = min(mb, m - i);
+    auto bsrc = [&](i64 l, i64 j) { return nbl ? b + l + j * ldb : b + j + l * ldb; };
+    block_loop<LoopOrder::ColumnsOuter, DepthOrder::PartialLast>(
+        m, n, k, mb, nb, kb,
+        [&](i64 i, i64 l, i64 rows, i64 kc) {
           copy_a_fn(&rows, &kc, na ? a + i + l * lda : a + l + i * lda, lda_, apanel, alpha);
-          double* ct = c + i + j * ldc;
+        },
+        [&](i64 l, i64 j, i64 kc, i64 cols) {
+          if (BMode == 0) copy_b_fn(&kc, &cols, bsrc(l, j), ldb_, bpanel);
+        },
+        [&](const Block& t) {
+          double* ct = c + t.i + t.j * ldc;
           if constexpr (BMode == 0) {
+            const i64 kp = round_up(t.depth, 4);
             (Family == 0 ? qor_blas_def_dgemm_kernel0_0_brc : qor_blas_def_dgemm_kernel1_0_brc)(
-                &rows, &cols, &kp, apanel, bpanel, &zero, ct, ldc_, ex, alpha);
+                &t.rows, &t.cols, &kp, apanel, bpanel, &zero, ct, ldc_, ex, alpha);
           } else {
             (Family == 0 ? qor_blas_def_dgemm_kernel0_1_brc : qor_blas_def_dgemm_kernel1_1_brc)(
-                transb, &rows, &cols, &kc, apanel, bsrc, ldb_, ct, ldc_, ex, alpha);
+                transb, &t.rows, &t.cols, &t.depth, apanel, bsrc(t.l, t.j), ldb_, ct, ldc_, ex, alpha);
           }
-        }
-      }
-    }
+        });
   };
   beta_first_body<double>(&qor_blas_def_dgemm_mscale, m < 3 || n < 5 || k <= 4, "DGEMM", alloc,
                           &qor_blas_def_dgemm_freebufs_brc, packed, transa, transb, m, n, k, alpha, a, lda, b, ldb,
@@ -288,18 +289,18 @@ QOR_DEF_API void qor_blas_def_dgemm_blk_info_0_brc(QOR_GEMM_BLK_INFO_ARGS) { blk
 QOR_DEF_API void qor_blas_def_dgemm_blk_info_1_brc(QOR_GEMM_BLK_INFO_ARGS) { blk_info<1>(m, n, k, mb, nb, kb, mu, nu, ku); }
 
 // Four cases, by whether there is an A block and a B block (common.h).
-QOR_DEF_API void qor_blas_def_dgemm_getbufs_brc(QOR_GEMM_GETBUFS_ARGS) {
+QOR_DEF_API void qor_blas_def_dgemm_getbufs_brc(QOR_GEMM_GETBUFS_ARGS(double)) {
   getbufs_brc<8>(*mb, *nb, *kb, raw, apanel, bpanel, extra);
 }
 
 QOR_DEF_API void qor_blas_def_dgemm_freebufs_brc(void* raw) { qor_serv_deallocate(raw); }
 
-QOR_DEF_API void qor_blas_def_dgemm_copyan_0_brc(QOR_GEMM_COPYA_ARGS) { copy_a<false, true>(*rows, *depth, a, *lda, panel, *alpha); }
-QOR_DEF_API void qor_blas_def_dgemm_copyat_0_brc(QOR_GEMM_COPYA_ARGS) { copy_a<true, true>(*rows, *depth, a, *lda, panel, *alpha); }
-QOR_DEF_API void qor_blas_def_dgemm_copyan_1_brc(QOR_GEMM_COPYA_ARGS) { copy_a<false, false>(*rows, *depth, a, *lda, panel, *alpha); }
-QOR_DEF_API void qor_blas_def_dgemm_copyat_1_brc(QOR_GEMM_COPYA_ARGS) { copy_a<true, false>(*rows, *depth, a, *lda, panel, *alpha); }
-QOR_DEF_API void qor_blas_def_dgemm_copybn_brc(QOR_GEMM_COPYB_ARGS) { copy_b<false>(*depth, *cols, b, *ldb, panel); }
-QOR_DEF_API void qor_blas_def_dgemm_copybt_brc(QOR_GEMM_COPYB_ARGS) { copy_b<true>(*depth, *cols, b, *ldb, panel); }
+QOR_DEF_API void qor_blas_def_dgemm_copyan_0_brc(QOR_GEMM_COPYA_ARGS(double)) { copy_a<false, true>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copyat_0_brc(QOR_GEMM_COPYA_ARGS(double)) { copy_a<true, true>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copyan_1_brc(QOR_GEMM_COPYA_ARGS(double)) { copy_a<false, false>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copyat_1_brc(QOR_GEMM_COPYA_ARGS(double)) { copy_a<true, false>(*rows, *depth, a, *lda, panel, *alpha); }
+QOR_DEF_API void qor_blas_def_dgemm_copybn_brc(QOR_GEMM_COPYB_ARGS(double)) { copy_b<false>(*depth, *cols, b, *ldb, panel); }
+QOR_DEF_API void qor_blas_def_dgemm_copybt_brc(QOR_GEMM_COPYB_ARGS(double)) { copy_b<true>(*depth, *cols, b, *ldb, panel); }
 
 QOR_DEF_API void qor_blas_def_dgemm_kernel0_0_brc(QOR_GEMM_INNER_ARGS) {
   (void)zero;

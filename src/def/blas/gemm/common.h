@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "blas/gemm/signatures.h"
 #include "frame/isa.h"
 #include "frame/services.h"
 #include "frame/types.h"
@@ -37,8 +38,7 @@ inline P* align_up(const void* p, std::uintptr_t align) {
 // ---- The entry -------------------------------------------------------------
 // The GEMM arguments of element type T, in the reference order.
 template <class T>
-using GemmBody = void (*)(const char*, const char*, const i64*, const i64*, const i64*, const T*, const T*, const i64*,
-                          const T*, const i64*, const T*, T*, const i64*);
+using GemmBody = ::qor::gemm_sig::gemm_fn<T>*;
 
 // Quick return on an empty C (beta and alpha are not looked at), then the
 // processor dispatch. Only on tier 0 does a tuned AMD body run: Barcelona

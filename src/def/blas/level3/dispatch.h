@@ -1,12 +1,14 @@
 // Dispatching names of the Level 3 BLAS beside GEMM, defined by the core
 // library.
 //
-// A kernel of another subsystem that needs one of these routines calls the
-// name here, never a qor_blas_def_* body: the core chooses the body again
-// and may split the work over a team of threads. They take the arguments of
-// the reference routine, all by pointer, with 64-bit integers, and check
-// nothing: the caller passes valid arguments. The core includes this header
-// for its definitions, so a signature is written once.
+// The core's public names reach the members through these, and the core may
+// split the work over its team of threads. A kernel of the kernel library
+// that needs one of these routines calls the member's entry instead, on its
+// own thread, as with GEMM (blas/gemm/dispatch.h): only the core starts
+// threads. They take the arguments of the reference routine, all by
+// pointer, with 64-bit integers, and check nothing: the caller passes valid
+// arguments. The core includes this header for its definitions, so a
+// signature is written once.
 #pragma once
 #include <cstdint>
 

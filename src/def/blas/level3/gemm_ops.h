@@ -1,10 +1,12 @@
 // The GEMM entries of each element type, under one name for the templates
-// of this directory. Level 3 routines do their bulk arithmetic here.
+// of this directory. Level 3 routines do their bulk arithmetic here, through
+// the member entries qor_blas_def_x?gemm on the calling thread, never the
+// core's dispatching names: the core has already split the Level 3 call over
+// its threads (blas/gemm/dispatch.h).
 #pragma once
 #include <cstdint>
 
 #include "blas/gemm/api.h"
-#include "blas/gemm_scz/api.h"
 #include "frame/isa.h"
 #include "frame/types.h"
 

@@ -17,7 +17,7 @@
 #pragma once
 #include <emmintrin.h>
 
-#include "blas/gemm_scz/traits.h"
+#include "blas/gemm/traits.h"
 #include "frame/isa.h"
 
 QOR_ISA_BEGIN

@@ -5,8 +5,8 @@
 #pragma once
 #include <cstring>
 
-#include "blas/gemm_scz/scale.h"
-#include "blas/gemm_scz/traits.h"
+#include "blas/gemm/scale.h"
+#include "blas/gemm/traits.h"
 #include "frame/services.h"
 
 QOR_ISA_BEGIN

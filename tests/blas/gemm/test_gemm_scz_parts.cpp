@@ -12,11 +12,11 @@
 #include <vector>
 
 #include "blas/gemm/gemm_ref.h"
-#include "blas/gemm_scz/api.h"
+#include "blas/gemm/api.h"
 #include "common/testing.h"
-#include "qor/blas_gemm_scz.h"
+#include "qor/blas_gemm.h"
 #include "qor/cblas.h"
-#include "qor/cblas_gemm_scz.h"
+#include "qor/cblas_gemm.h"
 
 namespace {
 

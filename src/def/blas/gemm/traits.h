@@ -86,17 +86,5 @@ template <class T> inline T op_at(const T* a, i64 lda, Op op, i64 i, i64 l) {
   return op == Op::N ? a[i + l * lda] : conj_if(a[l + i * lda], op == Op::C);
 }
 
-// Depth blocks in the order they are handled: the last k mod kb values of
-// k first (if any), then full blocks from the start. Calls f(l0, d, first).
-template <class F> inline void for_depth_blocks(i64 k, i64 kb, F&& f) {
-  const i64 r = k % kb, full = k / kb;
-  bool first = true;
-  if (r != 0) {
-    f(k - r, r, true);
-    first = false;
-  }
-  for (i64 t = 0; t < full; ++t, first = false) f(t * kb, kb, first);
-}
-
 }  // namespace gemm_scz
 QOR_ISA_END

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "blas/gemm/gemm_ref.h"
-#include "blas/gemm_scz/dispatch.h"
+#include "blas/gemm/dispatch.h"
 #include "common/testing.h"
 
 namespace {

@@ -16,8 +16,8 @@
 #pragma once
 #include <immintrin.h>
 
-#include "blas/gemm_scz/sse.h"
-#include "blas/gemm_scz/traits.h"
+#include "blas/gemm/sse.h"
+#include "blas/gemm/traits.h"
 
 QOR_ISA_BEGIN
 namespace gemm_scz {

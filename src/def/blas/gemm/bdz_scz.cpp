@@ -1,48 +1,48 @@
 // The Bulldozer/Zen body of the s, c, z members and its pieces (AVX + FMA
 // build): the _bdz kernels, blocking rules, work areas, packing and strip
 // copies.
-#include "blas/gemm_scz/api.h"
-#include "blas/gemm_scz/tuned.h"
+#include "blas/gemm/api.h"
+#include "blas/gemm/tuned.h"
 
 namespace g = qor::bdz::gemm_scz;
 using g::Op;
 using std::int64_t;
 
 #define QOR_GEMM_SCZ_BDZ(x, E)                                                                               \
-  QOR_DEF_API void qor_blas_def_x##x##gemm_bdz(QOR_GEMM_SCZ_ARGS(E)) {                                       \
+  QOR_DEF_API void qor_blas_def_x##x##gemm_bdz(QOR_GEMM_ARGS(E)) {                                       \
     if (*m <= 0 || *n <= 0) return;                                                                          \
     g::tuned_body<E>(&qor_blas_def_##x##gemm_kernel_0_zen, &qor_blas_def_##x##gemm_kernel_0_bdz,             \
                      g::op_of<E>(transa), g::op_of<E>(transb), *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, \
                      *ldc);                                                                                  \
   }                                                                                                          \
-  QOR_DEF_API void qor_blas_def_##x##gemm_kernel_0_bdz(QOR_GEMM_SCZ_KERNEL(E)) {                             \
+  QOR_DEF_API void qor_blas_def_##x##gemm_kernel_0_bdz(QOR_GEMM_KERNEL_ARGS(E)) {                             \
     g::avx_kernel<E>(*m, *n, *k, a, b, *beta, c, *ldc);                                                      \
   }                                                                                                          \
-  QOR_DEF_API void qor_blas_def_##x##gemm_blk_info_bdz(QOR_GEMM_SCZ_BLK_ARGS) {                              \
-    g::blk_info_avx<E>(*m, *n, *k, mb, nb, kb, mr, nr, kr);                                                  \
+  QOR_DEF_API void qor_blas_def_##x##gemm_blk_info_bdz(QOR_GEMM_BLK_INFO_ARGS) {                              \
+    g::blk_info_avx<E>(*m, *n, *k, mb, nb, kb, mu, nu, ku);                                                  \
   }                                                                                                          \
-  QOR_DEF_API void qor_blas_def_##x##gemm_getbufs_bdz(QOR_GEMM_SCZ_GETBUFS_ARGS) {                           \
+  QOR_DEF_API void qor_blas_def_##x##gemm_getbufs_bdz(QOR_GEMM_GETBUFS_ARGS(void)) {                           \
     g::getbufs_avx<E>(*mb, *nb, *kb, raw, apanel, bpanel, extra);                                            \
   }                                                                                                          \
   QOR_DEF_API void qor_blas_def_##x##gemm_freebufs_bdz(void* raw) { qor_serv_deallocate(raw); }              \
-  QOR_DEF_API void qor_blas_def_##x##gemm_copyan_bdz(QOR_GEMM_SCZ_COPYA(E)) {                                \
+  QOR_DEF_API void qor_blas_def_##x##gemm_copyan_bdz(QOR_GEMM_COPYA_ARGS(E)) {                                \
     g::pack_a_avx(Op::N, *rows, *depth, a, *lda, panel, *alpha);                                             \
   }                                                                                                          \
-  QOR_DEF_API void qor_blas_def_##x##gemm_copyat_bdz(QOR_GEMM_SCZ_COPYA(E)) {                                \
+  QOR_DEF_API void qor_blas_def_##x##gemm_copyat_bdz(QOR_GEMM_COPYA_ARGS(E)) {                                \
     g::pack_a_avx(Op::T, *rows, *depth, a, *lda, panel, *alpha);                                             \
   }                                                                                                          \
-  QOR_DEF_API void qor_blas_def_##x##gemm_copybn_bdz(QOR_GEMM_SCZ_COPYB(E)) {                                \
+  QOR_DEF_API void qor_blas_def_##x##gemm_copybn_bdz(QOR_GEMM_COPYB_ARGS(E)) {                                \
     g::pack_b_avx(Op::N, *depth, *cols, b, *ldb, panel);                                                     \
   }                                                                                                          \
-  QOR_DEF_API void qor_blas_def_##x##gemm_copybt_bdz(QOR_GEMM_SCZ_COPYB(E)) {                                \
+  QOR_DEF_API void qor_blas_def_##x##gemm_copybt_bdz(QOR_GEMM_COPYB_ARGS(E)) {                                \
     g::pack_b_avx(Op::T, *depth, *cols, b, *ldb, panel);                                                     \
   }
 
 #define QOR_GEMM_SCZ_BDZ_COMPLEX(x, E)                                                                       \
-  QOR_DEF_API void qor_blas_def_##x##gemm_copyac_bdz(QOR_GEMM_SCZ_COPYA(E)) {                                \
+  QOR_DEF_API void qor_blas_def_##x##gemm_copyac_bdz(QOR_GEMM_COPYA_ARGS(E)) {                                \
     g::pack_a_avx(Op::C, *rows, *depth, a, *lda, panel, *alpha);                                             \
   }                                                                                                          \
-  QOR_DEF_API void qor_blas_def_##x##gemm_copybc_bdz(QOR_GEMM_SCZ_COPYB(E)) {                                \
+  QOR_DEF_API void qor_blas_def_##x##gemm_copybc_bdz(QOR_GEMM_COPYB_ARGS(E)) {                                \
     g::pack_b_avx(Op::C, *depth, *cols, b, *ldb, panel);                                                     \
   }
 
@@ -55,11 +55,11 @@ QOR_GEMM_SCZ_BDZ_COMPLEX(z, ::qor::c64)
 // Strip copies: down for a source column, right for a source row; the A
 // forms scale by alpha.
 #define QOR_GEMM_SCZ_STRIP_A(name, E, W, DOWN, CONJ)                                      \
-  QOR_DEF_API void qor_blas_def_##name(QOR_GEMM_SCZ_STRIPA(E)) {                           \
+  QOR_DEF_API void qor_blas_def_##name(QOR_GEMM_STRIPA_ARGS(E)) {                           \
     g::strip_copy<E, W, DOWN, CONJ>(*width, *depth, src, *ld, dst, alpha);                 \
   }
 #define QOR_GEMM_SCZ_STRIP_B(name, E, W, DOWN, CONJ)                                      \
-  QOR_DEF_API void qor_blas_def_##name(QOR_GEMM_SCZ_STRIPB(E)) {                           \
+  QOR_DEF_API void qor_blas_def_##name(QOR_GEMM_STRIPB_ARGS(E)) {                           \
     g::strip_copy<E, W, DOWN, CONJ>(*width, *depth, src, *ld, dst, nullptr);               \
   }
 

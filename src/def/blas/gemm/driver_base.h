@@ -6,12 +6,12 @@
 // depth block, k mod the depth block, is handled first, so all later calls
 // are full blocks that only add. Blocks are fixed per type (traits.h).
 #pragma once
-#include "blas/gemm_scz/pack_sse.h"
-#include "blas/gemm_scz/pst.h"
-#include "blas/gemm_scz/scale.h"
-#include "blas/gemm_scz/sse.h"
-#include "blas/gemm_scz/traits.h"
-#include "blas/level2/dispatch.h"
+#include "blas/gemm/driver.h"
+#include "blas/gemm/pack_sse.h"
+#include "blas/gemm/pst.h"
+#include "blas/gemm/scale.h"
+#include "blas/gemm/sse.h"
+#include "blas/gemm/traits.h"
 #include "frame/services.h"
 
 QOR_ISA_BEGIN
@@ -25,9 +25,9 @@ void inner_any(Beta mode, i64 m, i64 n, i64 kp, const T* a, const T* b, T beta, 
 }
 
 // The columns past the last group of 4, over all m rows, each through the
-// dispatching gemv: C(:, j) = alpha op(A) op(B)(:, j) + beta C(:, j). A
-// conjugated B column is not a gemv operand, so with the letter C for B
-// these columns go through the unpacked kernel instead.
+// dispatching gemv (driver.h), with beta. A conjugated B column is not a
+// gemv operand, so with the letter C for B these columns go through the
+// unpacked kernel instead.
 template <class T>
 void remainder_columns(const char* ta, Op opa, Op opb, i64 m, i64 j0, i64 n, i64 k, T alpha, const T* a, i64 lda,
                        const T* b, i64 ldb, T beta, T* c, i64 ldc) {
@@ -36,14 +36,7 @@ void remainder_columns(const char* ta, Op opa, Op opb, i64 m, i64 j0, i64 n, i64
     pst(opa, opb, m, n - j0, k, alpha, a, lda, b_at(b, ldb, opb, 0, j0), ldb, beta, c + j0 * ldc, ldc);
     return;
   }
-  const i64 rows = opa == Op::N ? m : k, cols = opa == Op::N ? k : m;
-  const i64 incx = opb == Op::N ? 1 : ldb, one = 1;
-  for (i64 j = j0; j < n; ++j) {
-    const T* x = b_at(b, ldb, opb, 0, j);
-    if constexpr (std::is_same_v<T, float>) qor_blas_sgemv(ta, &rows, &cols, &alpha, a, &lda, x, &incx, &beta, c + j * ldc, &one);
-    else if constexpr (std::is_same_v<T, c32>) qor_blas_cgemv(ta, &rows, &cols, &alpha, a, &lda, x, &incx, &beta, c + j * ldc, &one);
-    else qor_blas_zgemv(ta, &rows, &cols, &alpha, a, &lda, x, &incx, &beta, c + j * ldc, &one);
-  }
+  gemm::gemv_columns<T>(ta, opa != Op::N, opb != Op::N, m, j0, n, k, &alpha, a, lda, b, ldb, &beta, c, ldc);
 }
 
 template <class T>
@@ -61,19 +54,14 @@ void base_body(const char* ta, Op opa, Op opb, i64 m, i64 n, i64 k, T alpha, con
     T* bp = align_up<T>(reinterpret_cast<R*>(ep) + Tr::kb * sse_tile<T>::e_step, 4096);
 
     const i64 mm = m / Tr::main_rows * Tr::main_rows, n4 = n / 4 * 4;
-    for (i64 j = 0; j < n4; j += nb) {
-      const i64 nj = n4 - j < nb ? n4 - j : nb;
-      for_depth_blocks(k, Tr::kb, [&](i64 l0, i64 d, bool first) {
-        const i64 kp = round_up(d, 4);
-        pack_b_sse(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp);
-        const Beta mode = beta_mode(first, beta);
-        for (i64 i = 0; i < mm; i += Tr::mb) {
-          const i64 mi = mm - i < Tr::mb ? mm - i : Tr::mb;
-          pack_a_sse(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha);
-          inner_any(mode, mi, nj, kp, ap, bp, beta, c + i + j * ldc, ldc, ep);
-        }
-      });
-    }
+    gemm::block_loop<gemm::LoopOrder::ColumnsOuter, gemm::DepthOrder::PartialFirst>(
+        mm, n4, k, Tr::mb, nb, Tr::kb,
+        [&](i64 i, i64 l0, i64 mi, i64 d) { pack_a_sse(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha); },
+        [&](i64 l0, i64 j, i64 d, i64 nj) { pack_b_sse(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp); },
+        [&](const gemm::Block& t) {
+          inner_any(beta_mode(t.first, beta), t.rows, t.cols, round_up(t.depth, 4), ap, bp, beta,
+                    c + t.i + t.j * ldc, ldc, ep);
+        });
     // Rows past the last whole tile, over the packed columns; then the
     // columns past the last group of 4, over all rows. Each part of C gets
     // beta once.

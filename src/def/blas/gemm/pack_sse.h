@@ -7,8 +7,8 @@
 // columns, so every kernel tile reads a whole strip. Conjugation, when the
 // letter asks for it, happens here, so the kernels have one form.
 #pragma once
-#include "blas/gemm_scz/sse.h"
-#include "blas/gemm_scz/traits.h"
+#include "blas/gemm/sse.h"
+#include "blas/gemm/traits.h"
 
 QOR_ISA_BEGIN
 namespace gemm_scz {

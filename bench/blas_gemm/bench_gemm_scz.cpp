@@ -15,9 +15,10 @@
 #include <string>
 #include <vector>
 
+#include "blas/gemm/signatures.h"
 #include "blas_gemm/timing.h"
 #include "common/bench.h"
-#include "qor/blas_gemm_scz.h"
+#include "qor/blas_gemm.h"
 #include "qor/qor.h"
 
 namespace {
@@ -26,8 +27,7 @@ using c32 = std::complex<float>;
 using c64 = std::complex<double>;
 
 template <class T>
-using Fortran = void(const char*, const char*, const int*, const int*, const int*, const T*, const T*, const int*,
-                     const T*, const int*, const T*, T*, const int*, std::size_t, std::size_t);
+using Fortran = qor::gemm_sig::fortran_fn<T>;
 
 template <class T> struct info;
 template <> struct info<float> {

@@ -8,11 +8,12 @@
 // bodies, the partial depth block comes first and its kernel call applies
 // beta.
 #pragma once
-#include "blas/gemm_scz/pack_sse.h"
-#include "blas/gemm_scz/pst.h"
-#include "blas/gemm_scz/scale.h"
-#include "blas/gemm_scz/sse.h"
-#include "blas/gemm_scz/traits.h"
+#include "blas/gemm/driver.h"
+#include "blas/gemm/pack_sse.h"
+#include "blas/gemm/pst.h"
+#include "blas/gemm/scale.h"
+#include "blas/gemm/sse.h"
+#include "blas/gemm/traits.h"
 #include "frame/services.h"
 
 QOR_ISA_BEGIN
@@ -126,21 +127,21 @@ inline void sgemm_brc_body(bool rule1, bool inside, Op opa, Op opb, i64 m, i64 n
   };
   auto packed = [&](void*) {
     const i64 mstep = mb & ~i64{7};
-    for (i64 j = 0; j < n; j += nb) {
-      const i64 nj = n - j < nb ? n - j : nb;
-      for_depth_blocks(k, kb, [&](i64 l0, i64 d, bool first) {
-        const Beta mode = beta_mode(first, beta);
-        if (!inside) pack_b_sse(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp);
-        for (i64 i = 0; i < m; i += mstep) {
-          const i64 mi = m - i < mstep ? m - i : mstep;
-          pack_a_sse(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha);
+    gemm::block_loop<gemm::LoopOrder::ColumnsOuter, gemm::DepthOrder::PartialFirst>(
+        m, n, k, mstep, nb, kb,
+        [&](i64 i, i64 l0, i64 mi, i64 d) { pack_a_sse(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha); },
+        [&](i64 l0, i64 j, i64 d, i64 nj) {
+          if (!inside) pack_b_sse(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp);
+        },
+        [&](const gemm::Block& t) {
+          const Beta mode = beta_mode(t.first, beta);
+          float* ct = c + t.i + t.j * ldc;
           if (inside)
-            brc_kernel_inside(opb, mi, nj, d, ap, b_at(b, ldb, opb, l0, j), ldb, beta, mode, c + i + j * ldc, ldc, ep);
+            brc_kernel_inside(opb, t.rows, t.cols, t.depth, ap, b_at(b, ldb, opb, t.l, t.j), ldb, beta, mode, ct, ldc,
+                              ep);
           else
-            brc_kernel(mi, nj, d, ap, bp, beta, mode, c + i + j * ldc, ldc, ep);
-        }
-      });
-    }
+            brc_kernel(t.rows, t.cols, t.depth, ap, bp, beta, mode, ct, ldc, ep);
+        });
   };
   packed_body<float>("SGEMM", alloc, packed, opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
@@ -162,18 +163,13 @@ void cz_brc_body(Op opa, Op opb, i64 m, i64 n, i64 k, T alpha, const T* a, i64 l
     T* ap = align_up<T>(raw, 4096);
     T* ep = align_up<T>(ap + mb * kb, 128);
     T* bp = align_up<T>(reinterpret_cast<R*>(ep) + kb * sse_tile<T>::e_step, 4096);
-    for (i64 j = 0; j < n; j += nb) {
-      const i64 nj = n - j < nb ? n - j : nb;
-      for_depth_blocks(k, kb, [&](i64 l0, i64 d, bool first) {
-        const Beta mode = beta_mode(first, beta);
-        pack_b_sse(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp);
-        for (i64 i = 0; i < m; i += mb) {
-          const i64 mi = m - i < mb ? m - i : mb;
-          pack_a_sse(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha);
-          brc_kernel(mi, nj, d, ap, bp, beta, mode, c + i + j * ldc, ldc, ep);
-        }
-      });
-    }
+    gemm::block_loop<gemm::LoopOrder::ColumnsOuter, gemm::DepthOrder::PartialFirst>(
+        m, n, k, mb, nb, kb,
+        [&](i64 i, i64 l0, i64 mi, i64 d) { pack_a_sse(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha); },
+        [&](i64 l0, i64 j, i64 d, i64 nj) { pack_b_sse(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp); },
+        [&](const gemm::Block& t) {
+          brc_kernel(t.rows, t.cols, t.depth, ap, bp, beta, beta_mode(t.first, beta), c + t.i + t.j * ldc, ldc, ep);
+        });
   };
   packed_body<T>(traits<T>::name, alloc, packed, opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }

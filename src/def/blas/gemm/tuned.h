@@ -3,11 +3,12 @@
 // Bulldozer-class file; it calls the _bdz or the _zen kernel by the answer
 // of qor_serv_cpuiszen.
 #pragma once
-#include "blas/gemm_scz/kernel_avx.h"
-#include "blas/gemm_scz/pack_sse.h"
-#include "blas/gemm_scz/pst.h"
-#include "blas/gemm_scz/scale.h"
-#include "blas/gemm_scz/traits.h"
+#include "blas/gemm/driver.h"
+#include "blas/gemm/kernel_avx.h"
+#include "blas/gemm/pack_sse.h"
+#include "blas/gemm/pst.h"
+#include "blas/gemm/scale.h"
+#include "blas/gemm/traits.h"
 #include "frame/services.h"
 
 QOR_ISA_BEGIN
@@ -134,21 +135,15 @@ void tuned_body(AvxKernel<T> kzen, AvxKernel<T> kbdz, Op opa, Op opb, i64 m, i64
     const AvxKernel<T> kernel = qor_serv_cpuiszen() != 0 ? kzen : kbdz;
     const T one(1);
     // The row block is the large one (up to thousands of rows) and the
-    // column block the small one (at most a few hundred columns), so A is
-    // packed once per row and depth block and used by every column block,
-    // and only the small B block is repacked. Packing A per column block
-    // instead would copy all of A again for every few hundred columns of C.
-    for (i64 i = 0; i < m; i += mb) {
-      const i64 mi = m - i < mb ? m - i : mb;
-      for_depth_blocks(k, kb, [&](i64 l0, i64 d, bool first) {
-        pack_a_avx(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha);
-        for (i64 j = 0; j < n; j += nb) {
-          const i64 nj = n - j < nb ? n - j : nb;
-          pack_b_avx(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp);
-          kernel(&mi, &nj, &d, ap, bp, first ? &beta : &one, c + i + j * ldc, &ldc);
-        }
-      });
-    }
+    // column block the small one (at most a few hundred columns), so the
+    // rows go outside (driver.h).
+    gemm::block_loop<gemm::LoopOrder::RowsOuter, gemm::DepthOrder::PartialFirst>(
+        m, n, k, mb, nb, kb,
+        [&](i64 i, i64 l0, i64 mi, i64 d) { pack_a_avx(opa, mi, d, a_at(a, lda, opa, i, l0), lda, ap, alpha); },
+        [&](i64 l0, i64 j, i64 d, i64 nj) { pack_b_avx(opb, d, nj, b_at(b, ldb, opb, l0, j), ldb, bp); },
+        [&](const gemm::Block& t) {
+          kernel(&t.rows, &t.cols, &t.depth, ap, bp, t.first ? &beta : &one, c + t.i + t.j * ldc, &ldc);
+        });
   };
   // The four tuned bodies share the lower-case name in their warning.
   packed_body<T>("xdgemm", alloc, packed, opa, opb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);

@@ -3,7 +3,7 @@
 #pragma once
 #include <cstring>
 
-#include "blas/gemm_scz/traits.h"
+#include "blas/gemm/traits.h"
 
 QOR_ISA_BEGIN
 namespace gemm_scz {
