@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "blas/gemm/dispatch.h"
 #include "common/testing.h"
@@ -144,11 +145,17 @@ TEST_F(Dgemm, EmptyShapesAndZeroDepth) {
 TEST_F(Dgemm, FailedAllocationGivesTheSameResultAndOneWarning) {
   qor::test::on_every_path(
       [&](int path) {
-        // The 512-bit path runs the Zen body, which warns as the AVX bodies do.
+        // The 512-bit body warns as the AVX bodies do.
         const bool avx = path == QOR_CPU_PATH_BULLDOZER || path == QOR_CPU_PATH_ZEN || path == QOR_CPU_PATH_AVX512;
         const std::string name = avx ? "xdgemm" : "DGEMM";
-        for (Case c : {Case{'N', 'N', 61, 35, 140, 1.5, 0.5}, Case{'T', 'N', 25, 14, 9, -1.0, 0.0},
-                       Case{'N', 'T', 40, 6, 20, 1.0, 1.0}}) {
+        // The 512-bit body packs only products too large for its stack area.
+        const std::vector<Case> cases =
+            path == QOR_CPU_PATH_AVX512
+                ? std::vector<Case>{{'N', 'N', 300, 200, 160, 1.5, 0.5}, {'T', 'N', 250, 140, 90, -1.0, 0.0},
+                                    {'N', 'T', 240, 90, 200, 1.0, 1.0}}
+                : std::vector<Case>{{'N', 'N', 61, 35, 140, 1.5, 0.5}, {'T', 'N', 25, 14, 9, -1.0, 0.0},
+                                    {'N', 'T', 40, 6, 20, 1.0, 1.0}};
+        for (Case c : cases) {
           qor::test::AllocWatch watch;
           qor::test::MessageCapture capture;
           qor_fault_fail_next(QOR_POOL_ALLOCATE, 1);

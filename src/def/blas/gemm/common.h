@@ -14,6 +14,8 @@
 #include <cstring>
 
 #include "blas/gemm/signatures.h"
+#include "blas/gemm/wide.h"
+#include "frame/body.h"
 #include "frame/isa.h"
 #include "frame/services.h"
 #include "frame/types.h"
@@ -41,23 +43,27 @@ template <class T>
 using GemmBody = ::qor::gemm_sig::gemm_fn<T>*;
 
 // Quick return on an empty C (beta and alpha are not looked at), then the
-// processor dispatch. Only on tier 0 does a tuned AMD body run: Barcelona
-// tail-calls its body, Bulldozer and Zen call the _bdz body; anything else,
-// and every other tier, takes the baseline body, which has the same
-// arguments.
+// body by the library's one rule (frame/body.h): the 512-bit class runs the
+// 512-bit body (wide.h), Barcelona tail-calls its body, Bulldozer and Zen
+// call the _bdz body, and the baseline body, which has the same arguments,
+// serves the rest and every processor tier but 0.
 template <class T, class Baseline>
 inline void entry(GemmBody<T> brc, GemmBody<T> bdz, Baseline baseline, const char* ta, const char* tb, const i64* m,
                   const i64* n, const i64* k, const T* alpha, const T* a, const i64* lda, const T* b, const i64* ldb,
                   const T* beta, T* c, const i64* ldc) {
   if (*m <= 0 || *n <= 0) return;
-  if (qor_serv_cpu_detect() == 0) {
-    if (qor_serv_cpuisitbarcelona() != 0) return brc(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-    if (qor_serv_cpuisbulldozer() != 0 || qor_serv_cpuiszen() != 0) {
+  switch (choose_body<bodies_of<Body::brc, Body::bdz, Body::zen, Body::avx512>>()) {
+    case Body::avx512:
+      return ::qor::avx512::gemm_wide::gemm<T>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+    case Body::brc:
+      return brc(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+    case Body::bdz:
+    case Body::zen:
       bdz(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
       return;
-    }
+    default:
+      baseline(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
   }
-  baseline(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
 
 // ---- The work area --------------------------------------------------------------
