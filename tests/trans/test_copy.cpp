@@ -68,6 +68,20 @@ TYPED_TEST(OmatcopyTest, ThreadedSizesAndThinShapes) {
   check_copy<T>('C', 'T', 129, 513, T(1), 5, 0, 3, 2);
 }
 
+// Thin blocks, alone and as the edges of the tiled path: every count of
+// rows (or columns) from 1 to past a tile against a long side, which the
+// register transposes take in groups with the rest one by one.
+TYPED_TEST(OmatcopyTest, ThinBlocksEveryShortSide) {
+  using T = TypeParam;
+  for (std::size_t k = 1; k <= 18; ++k)
+    for (char t : std::string("TC"))
+      for (T alpha : {T(1), odd_scalar<T>()}) {
+        check_copy<T>('R', t, k, 45, alpha, 1, 2);
+        check_copy<T>('R', t, 45, k, alpha, 0, 3);
+        check_copy<T>('C', t, 40 + k, 35, alpha, 0, 0);
+      }
+}
+
 // Large transpositions whose destination rows can be written in whole
 // aligned lines, starting at several offsets from a line, with the edges
 // that do not fill a tile.

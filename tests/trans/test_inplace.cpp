@@ -58,8 +58,9 @@ TYPED_TEST(ImatcopyTest, SquareBlocksAndRemainders) {
   check_inplace<T>('R', 'N', 40, 40, odd_scalar<T>(), 1, 1);
 }
 
-// n 256 stays on one thread, 257 goes to the threaded tiles; a scale other
-// than 1 never does. Results are checked on both sides.
+// A scale other than 1 never goes to the threads, nor does a square too
+// small to repay a second thread; a large one does. Results are checked on
+// both sides.
 TYPED_TEST(ImatcopyTest, ThreadedSquareThreshold) {
   using T = TypeParam;
   auto went_parallel = [](auto run) {
@@ -68,10 +69,27 @@ TYPED_TEST(ImatcopyTest, ThreadedSquareThreshold) {
     return qor_trans_parallel_calls() > before;
   };
   EXPECT_FALSE(went_parallel([] { check_inplace<T>('R', 'T', 256, 256, T(1), 0, 0); }));
-  EXPECT_TRUE(went_parallel([] { check_inplace<T>('R', 'T', 257, 257, T(1), 0, 0); }));
-  EXPECT_TRUE(went_parallel([] { check_inplace<T>('C', 'C', 300, 300, T(1), 7, 7); }));
-  EXPECT_FALSE(went_parallel([] { check_inplace<T>('R', 'T', 300, 300, T(2), 0, 0); }));
-  EXPECT_TRUE(went_parallel([] { check_inplace<T>('R', 'T', 520, 520, T(1), 3, 3); }));
+  EXPECT_FALSE(went_parallel([] { check_inplace<T>('R', 'T', 257, 257, T(1), 0, 0); }));
+  EXPECT_FALSE(went_parallel([] { check_inplace<T>('R', 'T', 900, 900, T(2), 0, 0); }));
+  EXPECT_TRUE(went_parallel([] { check_inplace<T>('C', 'C', 900, 900, T(1), 7, 7); }));
+  EXPECT_TRUE(went_parallel([] { check_inplace<T>('R', 'T', 1030, 1030, T(1), 3, 3); }));
+}
+
+// The threaded square on every team size from one to more workers than
+// tiles, each worker run in turn on the same store: every tile is done once
+// (a tile done twice or never shows as an untransposed pair).
+TYPED_TEST(ImatcopyTest, SquareTeamSharesCoverEveryTileOnce) {
+  using T = TypeParam;
+  for (std::size_t n : {1, 63, 64, 65, 200, 300}) {
+    const std::size_t lda = n + 3;
+    for (int threads : {1, 2, 3, 5, 40}) {
+      SCOPED_TRACE("n " + std::to_string(n) + ", " + std::to_string(threads) + " workers");
+      std::vector<T> ab = random_buffer<T>(n * lda + 4, n), want = ab;
+      reference_imatcopy('R', 'T', n, n, T(1), want, lda, lda);
+      for (int t = 0; t < threads; ++t) Team<T>::run(n, ab.data(), lda, t, threads);
+      EXPECT_EQ(ab, want);
+    }
+  }
 }
 
 // Cycle following on rectangular stores, and a change of leading dimension

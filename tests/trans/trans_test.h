@@ -1,6 +1,8 @@
 // Shared pieces of the transposition tests: the public routines by element
 // type, a plain reference of each operation, and buffer checks.
 #pragma once
+#include <dlfcn.h>
+
 #include <cmath>
 #include <complex>
 #include <cstdint>
@@ -88,6 +90,24 @@ QOR_TRANS_TEST_API(z, c64)
 #undef QOR_TRANS_TEST_API
 
 using Types = ::testing::Types<float, double, c32, c64>;
+
+template <class T> inline constexpr char letter_of = sizeof(T) == 4 ? 's' : sizeof(T) == 16 ? 'z' : is_cplx<T> ? 'c' : 'd';
+
+// One worker's share of the threaded square transposition, called through
+// the kernel library's own name (dlopen on the member the core loads), so a
+// test can run any team size on one thread.
+template <class T> struct Team {
+  using fn = void(std::uint64_t n, T* ab, std::uint64_t lda, int thread, int threads);
+  static void run(std::uint64_t n, T* ab, std::uint64_t lda, int thread, int threads) {
+    static fn* const worker = [] {
+      void* h = qor_member_load() == 0 ? dlopen(qor_member_path(), RTLD_NOW | RTLD_LOCAL) : nullptr;
+      const std::string name = std::string("qor_trans_def_qor_") + letter_of<T> + "imatcopy_square_t_team";
+      return h ? reinterpret_cast<fn*>(dlsym(h, name.c_str())) : nullptr;
+    }();
+    ASSERT_NE(worker, nullptr);
+    worker(n, ab, lda, thread, threads);
+  }
+};
 
 template <class T>
 T value(Rng& rng) {

@@ -102,11 +102,22 @@ void omatadd_par(int ordering, int transa, int transb, u64 rows, u64 cols, T alp
   }
 }
 
+// Bytes of a square transposition per thread below which another thread
+// costs more than it brings: measured with doubles on two cores, a second
+// thread lost up to a third at n = 260-360 (0.5-1 MiB) and gained from n =
+// 420 (1.35 MiB) on, twice the rate from n = 700.
+constexpr u64 kSquareBytesPerThread = u64{640} << 10;
+
+// Runs the square transposition on as many threads as have that much each,
+// or returns 0 (the caller goes on alone) when that is fewer than two.
 template <class T>
 int imatcopy_square_t_par(u64 n, T* ab, u64 lda, qor_trans_team_fn<T> team) {
-  g_parallel_calls.fetch_add(1, std::memory_order_relaxed);
-  const int nt = team_size();
+  const auto bytes = static_cast<unsigned __int128>(n) * n * sizeof(T);
+  const auto fit = bytes / kSquareBytesPerThread;
+  int nt = team_size();
+  if (fit < static_cast<unsigned>(nt)) nt = static_cast<int>(fit);
   if (nt <= 1) return 0;
+  g_parallel_calls.fetch_add(1, std::memory_order_relaxed);
   if (team == nullptr) team = Kernels<T>::square_t_team();
 #pragma omp parallel num_threads(nt)
   team(n, ab, lda, omp_get_thread_num(), omp_get_num_threads());

@@ -124,6 +124,71 @@ void xomatcopy2_rec(u64 rows, u64 cols, const T* a, u64 lda, u64 sa, T* b, u64 l
   transpose_leaf<Conj, Scale>(rows, cols, a, lda, sa, b, ldb, sb, alpha);
 }
 
+// Unit-stride transposition of a thin block (fewer rows or columns than a
+// tile holds) by S by S register transposes: S is 2 for 8-byte elements and
+// 4 for 4-byte ones, and plain moves of a complex element or any complex
+// product go one element at a time. The loop runs along the long side, so
+// that the short side's rows are read (or written) as a few sequential
+// streams; the rows and columns past the last whole S go element by element.
+template <class T, bool Conj, bool Scale>
+inline constexpr u64 sub_side = (is_complex_v<T> && (Conj || Scale)) ? 1 : sizeof(T) == 8 ? 2 : sizeof(T) == 4 ? 4 : 1;
+
+template <bool Conj, bool Scale, class T>
+inline void transpose_sub(const T* a, u64 lda, T* b, u64 ldb, T alpha) {
+  constexpr u64 S = sub_side<T, Conj, Scale>;
+  if constexpr (S == 2) {
+    const auto* src = reinterpret_cast<const double*>(a);
+    auto* dst = reinterpret_cast<double*>(b);
+    __m128d r0 = _mm_loadu_pd(src), r1 = _mm_loadu_pd(src + lda);
+    if constexpr (Scale) {
+      const __m128d s = _mm_set1_pd(static_cast<double>(alpha));
+      r0 = _mm_mul_pd(r0, s);
+      r1 = _mm_mul_pd(r1, s);
+    }
+    _mm_storeu_pd(dst, _mm_unpacklo_pd(r0, r1));
+    _mm_storeu_pd(dst + ldb, _mm_unpackhi_pd(r0, r1));
+  } else if constexpr (S == 4) {
+    const auto* src = reinterpret_cast<const float*>(a);
+    auto* dst = reinterpret_cast<float*>(b);
+    __m128 r0 = _mm_loadu_ps(src), r1 = _mm_loadu_ps(src + lda);
+    __m128 r2 = _mm_loadu_ps(src + 2 * lda), r3 = _mm_loadu_ps(src + 3 * lda);
+    if constexpr (Scale) {
+      const __m128 s = _mm_set1_ps(static_cast<float>(alpha));
+      r0 = _mm_mul_ps(r0, s);
+      r1 = _mm_mul_ps(r1, s);
+      r2 = _mm_mul_ps(r2, s);
+      r3 = _mm_mul_ps(r3, s);
+    }
+    const __m128 t0 = _mm_unpacklo_ps(r0, r1), t1 = _mm_unpackhi_ps(r0, r1);
+    const __m128 t2 = _mm_unpacklo_ps(r2, r3), t3 = _mm_unpackhi_ps(r2, r3);
+    _mm_storeu_ps(dst, _mm_movelh_ps(t0, t2));
+    _mm_storeu_ps(dst + ldb, _mm_movehl_ps(t2, t0));
+    _mm_storeu_ps(dst + 2 * ldb, _mm_movelh_ps(t1, t3));
+    _mm_storeu_ps(dst + 3 * ldb, _mm_movehl_ps(t3, t1));
+  } else {
+    *b = apply<Conj, Scale>(alpha, *a);
+  }
+}
+
+template <bool Conj, bool Scale, class T>
+void transpose_thin(u64 rows, u64 cols, const T* a, u64 lda, T* b, u64 ldb, T alpha) {
+  constexpr u64 S = sub_side<T, Conj, Scale>;
+  const u64 rs = rows / S * S, cs = cols / S * S;
+  if (rows <= cols) {
+    for (u64 j = 0; j < cs; j += S)
+      for (u64 i = 0; i < rs; i += S) transpose_sub<Conj, Scale>(a + i * lda + j, lda, b + j * ldb + i, ldb, alpha);
+  } else {
+    for (u64 i = 0; i < rs; i += S)
+      for (u64 j = 0; j < cs; j += S) transpose_sub<Conj, Scale>(a + i * lda + j, lda, b + j * ldb + i, ldb, alpha);
+  }
+  if constexpr (S > 1) {
+    for (u64 i = 0; i < rs; ++i)
+      for (u64 j = cs; j < cols; ++j) b[j * ldb + i] = apply<Conj, Scale>(alpha, a[i * lda + j]);
+    for (u64 i = rs; i < rows; ++i)
+      for (u64 j = 0; j < cols; ++j) b[j * ldb + i] = apply<Conj, Scale>(alpha, a[i * lda + j]);
+  }
+}
+
 // Unit-stride transposition by square tiles of one cache line per row: W
 // elements of 64 / sizeof(T) bytes. A tile is transposed through a local
 // buffer and written a whole line per row of b. Large results are written
@@ -225,8 +290,12 @@ inline constexpr u64 stream_min_bytes = u64{1} << 20;
 template <bool Conj, bool Scale, class T>
 void omatcopy2_t_body(u64 rows, u64 cols, const T* a, u64 lda, u64 sa, T* b, u64 ldb, u64 sb, T alpha) {
   constexpr u64 W = tile_of<T>;
-  if (sa != 1 || sb != 1 || rows < W || cols < W) {
+  if (sa != 1 || sb != 1) {
     xomatcopy2_rec<Conj, Scale>(rows, cols, a, lda, sa, b, ldb, sb, alpha);
+    return;
+  }
+  if (rows < W || cols < W) {
+    transpose_thin<Conj, Scale>(rows, cols, a, lda, b, ldb, alpha);
     return;
   }
   // Streaming starts at the first row of a whose column of b begins a line.
@@ -246,9 +315,9 @@ void omatcopy2_t_body(u64 rows, u64 cols, const T* a, u64 lda, u64 sa, T* b, u64
   } else {
     transpose_tiles<Conj, Scale, false>(r, c, at, lda, bt, ldb, alpha);
   }
-  if (head > 0) xomatcopy2_rec<Conj, Scale>(head, cols, a, lda, 1, b, ldb, 1, alpha);
-  if (c < cols) xomatcopy2_rec<Conj, Scale>(r, cols - c, at + c, lda, 1, bt + c * ldb, ldb, 1, alpha);
-  if (head + r < rows) xomatcopy2_rec<Conj, Scale>(rows - head - r, cols, at + r * lda, lda, 1, bt + r, ldb, 1, alpha);
+  if (head > 0) transpose_thin<Conj, Scale>(head, cols, a, lda, b, ldb, alpha);
+  if (c < cols) transpose_thin<Conj, Scale>(r, cols - c, at + c, lda, bt + c * ldb, ldb, alpha);
+  if (head + r < rows) transpose_thin<Conj, Scale>(rows - head - r, cols, at + r * lda, lda, bt + r, ldb, alpha);
 }
 
 template <bool Conj, class T>

@@ -154,23 +154,34 @@ void square_t_64x64n(T* p, T* q, u64 lda, u64 size) {
     for (u64 r = 0; r < 64; ++r) swap_elems(p[r * lda + c], q[c * lda + r]);
 }
 
-// A worker's share of the threaded square transposition: the diagonal tiles
-// and then the pairs of tiles, dealt out in turn to the `threads` workers.
+// A worker's share of the threaded square transposition. The work is the
+// 64 by 64 tiles of the upper triangle by tile rows, each diagonal tile
+// followed by the pairs of its row, weighed by the elements they move; each
+// worker takes one run of consecutive tiles of equal weight. A run of tile
+// rows keeps the tiles that meet at a tile edge with one worker, except at
+// the edges between two runs: tiles dealt out in turn would put a worker on
+// each side of every edge, and where the rows do not start on a cache line,
+// each row of each edge would be a line written by both.
 template <class T>
 void square_t_team(u64 n, T* ab, u64 lda, int thread, int threads) {
   if (threads < 1 || thread < 0 || thread >= threads) return;
   const u64 tiles = (n + 63) / 64;
-  const u64 nth = static_cast<u64>(threads), me = static_cast<u64>(thread);
-  u64 k = 0;
-  for (u64 i = 0; i < tiles; ++i, ++k) {
-    if (k % nth != me) continue;
-    T* d = ab + i * 64 * (lda + 1);
-    square_t_64x64n(d, d, lda, n - i * 64 < 64 ? n - i * 64 : 64);
-  }
-  for (u64 i = 0; i < tiles; ++i) {
-    for (u64 j = i + 1; j < tiles; ++j, ++k) {
-      if (k % nth != me) continue;
-      square_t_64x64n(ab + i * 64 * lda + j * 64, ab + j * 64 * lda + i * 64, lda, n - j * 64 < 64 ? n - j * 64 : 64);
+  auto side = [&](u64 t) { return n - t * 64 < 64 ? n - t * 64 : 64; };
+  const u64 total = n * n;  // the diagonal tiles count once, the pairs twice
+  const auto nth = static_cast<unsigned __int128>(threads), me = static_cast<unsigned __int128>(thread);
+  const auto lo = static_cast<u64>(total * me / nth), hi = static_cast<u64>(total * (me + 1) / nth);
+  u64 at = 0;  // weight of the tiles before the current one
+  for (u64 i = 0; i < tiles && at < hi; ++i) {
+    const u64 si = side(i);
+    if (at >= lo) {
+      T* d = ab + i * 64 * (lda + 1);
+      square_t_64x64n(d, d, lda, si);
+    }
+    at += si * si;
+    for (u64 j = i + 1; j < tiles && at < hi; ++j) {
+      const u64 sj = side(j);
+      if (at >= lo) square_t_64x64n(ab + i * 64 * lda + j * 64, ab + j * 64 * lda + i * 64, lda, sj);
+      at += 2 * 64 * sj;
     }
   }
 }
