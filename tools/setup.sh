@@ -3,7 +3,7 @@
 # already present. With --bench it also installs the peer libraries the
 # benchmarks compare against.
 set -euo pipefail
-pkgs=(cmake ninja-build g++ gfortran libgtest-dev python3 python3-numpy binutils libblas-dev pkg-config ccache)
+pkgs=(cmake ninja-build g++ gfortran libgtest-dev python3 python3-numpy binutils libblas-dev liblapack3 pkg-config ccache)
 if [[ "${1:-}" == "--bench" ]]; then
   pkgs+=(libopenblas-dev libblis-dev libfftw3-dev python3-matplotlib)
   # The sparse benchmarks' peers: scipy (through /usr/bin/python3) and Eigen.
