@@ -1,5 +1,5 @@
 // The transform engine, written once over the precision and compiled per
-// instruction-set class (engine_base.cpp, engine_zen.cpp).
+// instruction-set class (engine_base.cpp, engine_zen.cpp, engine_avx512.cpp).
 //
 // Every transform of a length that is neither small nor a power of two
 // (those run in pow2.h) goes as a sequence of self-sorting (Stockham)
@@ -50,14 +50,25 @@ QV_INLINE void bfly(const R* s, R* d, i64 js, i64 ks, const TT* tws) {
   });
 }
 
-// Columns [0, Q) of one (p, c) row pair: widest vectors, then one at a time.
+// Columns [0, Q) of one (p, c) row pair: widest vectors, then (where the
+// widest is 512 bits) one of half width, then one at a time.
 template <int P, bool INV, bool TW, class R>
 QV_INLINE void bfly_row(const R* s, R* d, i64 Q, i64 js, i64 ks, const typename Tw<typename VecSet<R>::W>::type* tws,
                         const R* twp, i64 m) {
   using W = typename VecSet<R>::W;
+  using H = typename VecSet<R>::H;
   using O = typename VecSet<R>::O;
   i64 q = 0;
   for (; q + W::N <= Q; q += W::N) bfly<P, INV, TW, W>(s + 2 * q, d + 2 * q, js, ks, tws);
+  if constexpr (H::N < W::N) {
+    if (q + H::N <= Q) {
+      typename Tw<H>::type th[P];
+      if constexpr (TW)
+        for (int k = 1; k < P; ++k) th[k] = Tw<H>::bcast(twp + 2 * ((k - 1) * m), INV);
+      bfly<P, INV, TW, H>(s + 2 * q, d + 2 * q, js, ks, th);
+      q += H::N;
+    }
+  }
   if (q < Q) {
     typename Tw<O>::type t1[P];
     if constexpr (TW)

@@ -1,8 +1,10 @@
 // What each instruction-set body of the engine offers to the entries. The
 // bodies are the same templates (engine.h) compiled once per class; the
-// entries pick qor::base or qor::zen at run time from the core's answers.
+// entries pick qor::base, qor::zen or qor::avx512 at run time by the
+// library's body rule.
 #pragma once
 #include "dft/primitive/layout.h"
+#include "frame/body.h"
 
 namespace qor::dft {
 
@@ -21,7 +23,11 @@ struct Step {
   const void* twd = nullptr;  // first step only: the twiddles as real and imaginary parts, each twice
 };
 
-// True when the Zen-class body is to run (asked of the core on each call).
+// The body of the engine that serves the call: baseline, Zen class or
+// 512-bit class, by the library's body rule (frame/body.h).
+Body engine_body();
+// True when the Zen-class body is to run, for callers that have no
+// 512-bit body (the 512-bit class takes the Zen body there).
 bool use_zen_body();
 
 }  // namespace qor::dft
@@ -45,5 +51,8 @@ namespace qor::base {
 QOR_DFT_ENGINE_DECLS
 }
 namespace qor::zen {
+QOR_DFT_ENGINE_DECLS
+}
+namespace qor::avx512 {
 QOR_DFT_ENGINE_DECLS
 }

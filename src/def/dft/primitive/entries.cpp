@@ -1,7 +1,8 @@
 // The exported entries of the transform engine: plan management and the
 // transforms. Checks come first and in a fixed order (spec, spec id, data
 // pointers); a failed call leaves the output as it was. The body that runs
-// is the Zen-class one when the core says so, else the baseline.
+// is chosen by the library's body rule: the 512-bit one, the Zen-class one
+// or the baseline.
 #include <climits>
 #include <cstring>
 #include <type_traits>
@@ -14,13 +15,14 @@
 
 namespace qor::dft {
 
-// The Zen-class body (AVX2 and FMA) runs where the library's one body rule
-// gives it (the 512-bit class included); otherwise the baseline body.
+// The engine has bodies for the Zen class (AVX2 and FMA) and the 512-bit
+// class; the rule gives one of them or the baseline. A reproducible mode
+// never gets the 512-bit body, so it computes what an AVX2 machine does.
+Body engine_body() { return ::qor::QOR_ISA_NAME::choose_body<bodies_of<Body::zen, Body::avx512>>(); }
+
 bool use_zen_body() { return ::qor::QOR_ISA_NAME::choose_body<bodies_of<Body::zen>>() == Body::zen; }
 
 namespace {
-
-bool use_zen() { return use_zen_body(); }
 
 // The caller's work buffer aligned up to 64 bytes, or one of our own.
 class Work {
@@ -193,20 +195,24 @@ void small_cr(int index, bool inv, bool scaled, double scale, const R* sre, cons
 // ---- transforms -----------------------------------------------------------------
 template <class R>
 void engine_run(const DftSpec* s, const R* src, R* dst, R* work, bool inv) {
-  const bool zen = use_zen();
+  const Body b = engine_body();
   if (s->method == kPow2) {  // straight to the power-of-two engine, with this spec's scaling
     const auto* f = static_cast<const FftSpec*>(s->fft_spec);
     const bool scaled = inv ? s->scale_inverse_on != 0 : s->scale_forward_on != 0;
-    if (zen) qor::zen::exec_pow2<R>(f, src, dst, work, inv, scaled, s->scale);
+    if (b == Body::avx512) qor::avx512::exec_pow2<R>(f, src, dst, work, inv, scaled, s->scale);
+    else if (b == Body::zen) qor::zen::exec_pow2<R>(f, src, dst, work, inv, scaled, s->scale);
     else qor::base::exec_pow2<R>(f, src, dst, work, inv, scaled, s->scale);
     return;
   }
-  if (zen) qor::zen::exec_dft<R>(s, src, dst, work, inv);
+  if (b == Body::avx512) qor::avx512::exec_dft<R>(s, src, dst, work, inv);
+  else if (b == Body::zen) qor::zen::exec_dft<R>(s, src, dst, work, inv);
   else qor::base::exec_dft<R>(s, src, dst, work, inv);
 }
 template <class R>
 void engine_run(const FftSpec* s, const R* src, R* dst, R* work, bool inv) {
-  if (use_zen()) qor::zen::exec_fft<R>(s, src, dst, work, inv);
+  const Body b = engine_body();
+  if (b == Body::avx512) qor::avx512::exec_fft<R>(s, src, dst, work, inv);
+  else if (b == Body::zen) qor::zen::exec_fft<R>(s, src, dst, work, inv);
   else qor::base::exec_fft<R>(s, src, dst, work, inv);
 }
 

@@ -7,7 +7,8 @@
 //   rotm (times -i), rotp (times +i), cmul with a prepared twiddle,
 //   and per-lane stores for the first step, which runs across the length.
 // The baseline build has SSE2 only; the Zen-class build adds 256-bit AVX2
-// types and uses fused multiply-add. Complex-by-twiddle products keep the
+// types and uses fused multiply-add; the 512-bit class adds 512-bit types
+// (D4, F8) and makes them the widest of its set. Complex-by-twiddle products keep the
 // twiddle as two vectors: its real part in both halves of each pair, and
 // its imaginary part (sign-folded for the SSE2 form).
 //
@@ -307,6 +308,157 @@ QV_INLINE SD4 cmul(SD4 a, D2T t) {
 }
 #endif
 
+#if defined(__AVX512F__)
+// ---- four complex doubles / eight complex floats in a 512-bit register -----
+// The 512-bit class's interleaved vectors. Lane l (a complex value) is the
+// l-th 128-bit (double) or 64-bit (float) element; the half-width types
+// (D2, F4) take over where a loop has fewer columns than a whole vector.
+struct D4 {
+  using real = double;
+  static constexpr int N = 4;
+  __m512d v;
+  static QV_INLINE D4 load(const double* p) { return {_mm512_loadu_pd(p)}; }
+  QV_INLINE void store(double* p) const { _mm512_storeu_pd(p, v); }
+  QV_INLINE void store_lane(double* p, int l) const {
+    switch (l) {
+      case 0: _mm_storeu_pd(p, _mm512_castpd512_pd128(v)); break;
+      case 1: _mm_storeu_pd(p, _mm512_extractf64x2_pd(v, 1)); break;
+      case 2: _mm_storeu_pd(p, _mm512_extractf64x2_pd(v, 2)); break;
+      default: _mm_storeu_pd(p, _mm512_extractf64x2_pd(v, 3)); break;
+    }
+  }
+  static QV_INLINE D4 zero() { return {_mm512_setzero_pd()}; }
+  QV_INLINE D2 lo() const { return {_mm512_castpd512_pd256(v)}; }
+  QV_INLINE D2 hi() const { return {_mm512_extractf64x4_pd(v, 1)}; }
+};
+QV_INLINE __m512d d4_odd_sign() { return _mm512_setr_pd(0.0, -0.0, 0.0, -0.0, 0.0, -0.0, 0.0, -0.0); }
+QV_INLINE D4 operator+(D4 a, D4 b) { return {_mm512_add_pd(a.v, b.v)}; }
+QV_INLINE D4 operator-(D4 a, D4 b) { return {_mm512_sub_pd(a.v, b.v)}; }
+QV_INLINE D4 mulr(D4 a, double c) { return {_mm512_mul_pd(a.v, _mm512_set1_pd(c))}; }
+QV_INLINE D4 fmar(D4 acc, D4 a, double c) { return {_mm512_fmadd_pd(a.v, _mm512_set1_pd(c), acc.v)}; }
+QV_INLINE D4 rotm(D4 a) { return {_mm512_xor_pd(_mm512_permute_pd(a.v, 0x55), d4_odd_sign())}; }
+QV_INLINE D4 rotp(D4 a) {
+  return {_mm512_xor_pd(_mm512_permute_pd(a.v, 0x55), _mm512_setr_pd(-0.0, 0.0, -0.0, 0.0, -0.0, 0.0, -0.0, 0.0))};
+}
+QV_INLINE D4 conj(D4 a) { return {_mm512_xor_pd(a.v, d4_odd_sign())}; }
+// As for D2; AVX-512 has no add-subtract, so both signs come from fused
+// forms with a factor of one (exact).
+template <bool INV>
+QV_INLINE void rot_sum_diff(D4& x, D4& y) {
+  const __m512d p = _mm512_permute_pd(y.v, 0x55), one = _mm512_set1_pd(1.0);
+  const __m512d a = _mm512_fmsubadd_pd(x.v, one, p);  // x.re + y.im, x.im - y.re
+  const __m512d s = _mm512_fmaddsub_pd(x.v, one, p);  // x.re - y.im, x.im + y.re
+  x.v = INV ? s : a;
+  y.v = INV ? a : s;
+}
+struct D4T {
+  __m512d re, im;
+};
+QV_INLINE D4T d4t_make(__m512d w, bool conj) {
+  __m512d im = _mm512_permute_pd(w, 0xFF);
+  if (conj) im = _mm512_xor_pd(im, _mm512_set1_pd(-0.0));
+  return {_mm512_movedup_pd(w), im};
+}
+QV_INLINE D4 cmul(D4 a, D4T t) {
+  return {_mm512_fmaddsub_pd(a.v, t.re, _mm512_mul_pd(_mm512_permute_pd(a.v, 0x55), t.im))};
+}
+
+struct F8 {
+  using real = float;
+  static constexpr int N = 8;
+  __m512 v;
+  static QV_INLINE F8 load(const float* p) { return {_mm512_loadu_ps(p)}; }
+  QV_INLINE void store(float* p) const { _mm512_storeu_ps(p, v); }
+  QV_INLINE void store_lane(float* p, int l) const {
+    const F4 h = l < 4 ? lo() : hi();
+    h.store_lane(p, l & 3);
+  }
+  static QV_INLINE F8 zero() { return {_mm512_setzero_ps()}; }
+  QV_INLINE F4 lo() const { return {_mm512_castps512_ps256(v)}; }
+  QV_INLINE F4 hi() const { return {_mm256_castpd_ps(_mm512_extractf64x4_pd(_mm512_castps_pd(v), 1))}; }
+};
+QV_INLINE __m512 f8_odd_sign() {
+  return _mm512_castpd_ps(_mm512_set1_pd(-0.0));  // the sign bit of each imaginary part
+}
+QV_INLINE F8 operator+(F8 a, F8 b) { return {_mm512_add_ps(a.v, b.v)}; }
+QV_INLINE F8 operator-(F8 a, F8 b) { return {_mm512_sub_ps(a.v, b.v)}; }
+QV_INLINE F8 mulr(F8 a, float c) { return {_mm512_mul_ps(a.v, _mm512_set1_ps(c))}; }
+QV_INLINE F8 fmar(F8 acc, F8 a, float c) { return {_mm512_fmadd_ps(a.v, _mm512_set1_ps(c), acc.v)}; }
+QV_INLINE F8 rotm(F8 a) { return {_mm512_xor_ps(_mm512_permute_ps(a.v, 0xB1), f8_odd_sign())}; }
+QV_INLINE F8 rotp(F8 a) {
+  return {_mm512_xor_ps(_mm512_permute_ps(a.v, 0xB1), _mm512_castsi512_ps(_mm512_set1_epi64(0x80000000LL)))};
+}
+QV_INLINE F8 conj(F8 a) { return {_mm512_xor_ps(a.v, f8_odd_sign())}; }
+template <bool INV>
+QV_INLINE void rot_sum_diff(F8& x, F8& y) {
+  const __m512 p = _mm512_permute_ps(y.v, 0xB1), one = _mm512_set1_ps(1.f);
+  const __m512 a = _mm512_fmsubadd_ps(x.v, one, p);
+  const __m512 s = _mm512_fmaddsub_ps(x.v, one, p);
+  x.v = INV ? s : a;
+  y.v = INV ? a : s;
+}
+struct F8T {
+  __m512 re, im;
+};
+QV_INLINE F8T f8t_make(__m512 w, bool conj) {
+  __m512 im = _mm512_movehdup_ps(w);
+  if (conj) im = _mm512_xor_ps(im, _mm512_set1_ps(-0.f));
+  return {_mm512_moveldup_ps(w), im};
+}
+QV_INLINE F8 cmul(F8 a, F8T t) {
+  return {_mm512_fmaddsub_ps(a.v, t.re, _mm512_mul_ps(_mm512_permute_ps(a.v, 0xB1), t.im))};
+}
+#endif
+
+#if defined(__AVX512F__)
+// ---- eight double complex values as split blocks (512-bit class) -------------
+// As SD4 at twice the width: eight real parts, then eight imaginary parts,
+// at the offset the eight would have interleaved, each half in the lane
+// order 0, 2, 1, 3 (so 0, 2, 1, 3, 4, 6, 5, 7): each half of a register then
+// loads straight from one group of four of the twiddle tables, which keep
+// that order. A two-source permute takes the lanes from and to interleaved
+// order, one per register.
+struct SD8 {
+  using real = double;
+  static constexpr int N = 8;
+  __m512d re, im;
+  static QV_INLINE SD8 load(const double* p) { return {_mm512_loadu_pd(p), _mm512_loadu_pd(p + 8)}; }
+  QV_INLINE void store(double* p) const {
+    _mm512_storeu_pd(p, re);
+    _mm512_storeu_pd(p + 8, im);
+  }
+  static QV_INLINE SD8 load_interleaved(const double* p) {
+    const __m512d v0 = _mm512_loadu_pd(p), v1 = _mm512_loadu_pd(p + 8);
+    return {_mm512_permutex2var_pd(v0, _mm512_setr_epi64(0, 4, 2, 6, 8, 12, 10, 14), v1),
+            _mm512_permutex2var_pd(v0, _mm512_setr_epi64(1, 5, 3, 7, 9, 13, 11, 15), v1)};
+  }
+  QV_INLINE void store_interleaved(double* p) const {
+    _mm512_storeu_pd(p, _mm512_permutex2var_pd(re, _mm512_setr_epi64(0, 8, 2, 10, 1, 9, 3, 11), im));
+    _mm512_storeu_pd(p + 8, _mm512_permutex2var_pd(re, _mm512_setr_epi64(4, 12, 6, 14, 5, 13, 7, 15), im));
+  }
+  static QV_INLINE SD8 zero() { return {_mm512_setzero_pd(), _mm512_setzero_pd()}; }
+};
+QV_INLINE SD8 operator+(SD8 a, SD8 b) { return {_mm512_add_pd(a.re, b.re), _mm512_add_pd(a.im, b.im)}; }
+QV_INLINE SD8 operator-(SD8 a, SD8 b) { return {_mm512_sub_pd(a.re, b.re), _mm512_sub_pd(a.im, b.im)}; }
+QV_INLINE SD8 mulr(SD8 a, double c) {
+  const __m512d k = _mm512_set1_pd(c);
+  return {_mm512_mul_pd(a.re, k), _mm512_mul_pd(a.im, k)};
+}
+QV_INLINE SD8 fmar(SD8 acc, SD8 a, double c) {
+  const __m512d k = _mm512_set1_pd(c);
+  return {_mm512_fmadd_pd(a.re, k, acc.re), _mm512_fmadd_pd(a.im, k, acc.im)};
+}
+// Negation written as such, as for SD4, so that it folds into what follows.
+QV_INLINE SD8 rotm(SD8 a) { return {a.im, -a.re}; }
+QV_INLINE SD8 rotp(SD8 a) { return {-a.im, a.re}; }
+struct D8T {
+  __m512d re, im;  // cosines and sines, one per lane
+};
+QV_INLINE SD8 cmul(SD8 a, D8T t) {
+  return {_mm512_fmsub_pd(a.re, t.re, _mm512_mul_pd(a.im, t.im)), _mm512_fmadd_pd(a.re, t.im, _mm512_mul_pd(a.im, t.re))};
+}
+#endif
+
 // ---- twiddle construction for each type ------------------------------------
 // bcast: the complex value at p in every lane; lanes: N consecutive
 // complex values, one per lane; cst: a constant (c, s); of: the values a
@@ -392,6 +544,53 @@ template <> struct Tw<F4> {
 };
 #endif
 
+#if defined(__AVX512F__)
+template <> struct Tw<D4> {
+  using type = D4T;
+  static QV_INLINE D4T bcast(const double* p, bool conj) {
+    __m512d im = _mm512_set1_pd(p[1]);
+    if (conj) im = _mm512_xor_pd(im, _mm512_set1_pd(-0.0));
+    return {_mm512_set1_pd(p[0]), im};
+  }
+  static QV_INLINE D4T dup(const double* re, const double* im, bool conj) {
+    __m512d i = _mm512_loadu_pd(im);
+    if (conj) i = _mm512_xor_pd(i, _mm512_set1_pd(-0.0));
+    return {_mm512_loadu_pd(re), i};
+  }
+  static QV_INLINE D4T lanes(const double* p, bool conj) { return d4t_make(_mm512_loadu_pd(p), conj); }
+  static QV_INLINE D4T cst(double c, double s) { return {_mm512_set1_pd(c), _mm512_set1_pd(s)}; }
+  static QV_INLINE D4T of(D4 w, bool conj) { return d4t_make(w.v, conj); }
+};
+template <> struct Tw<F8> {
+  using type = F8T;
+  static QV_INLINE F8T bcast(const float* p, bool conj) {
+    __m512 im = _mm512_set1_ps(p[1]);
+    if (conj) im = _mm512_xor_ps(im, _mm512_set1_ps(-0.f));
+    return {_mm512_set1_ps(p[0]), im};
+  }
+  static QV_INLINE F8T dup(const float* re, const float* im, bool conj) {
+    __m512 i = _mm512_loadu_ps(im);
+    if (conj) i = _mm512_xor_ps(i, _mm512_set1_ps(-0.f));
+    return {_mm512_loadu_ps(re), i};
+  }
+  static QV_INLINE F8T lanes(const float* p, bool conj) { return f8t_make(_mm512_loadu_ps(p), conj); }
+  static QV_INLINE F8T cst(float c, float s) { return {_mm512_set1_ps(c), _mm512_set1_ps(s)}; }
+  static QV_INLINE F8T of(F8 w, bool conj) { return f8t_make(w.v, conj); }
+};
+#endif
+
+#if defined(__AVX512F__)
+template <> struct Tw<SD8> {
+  using type = D8T;
+  static QV_INLINE D8T bcast(const double* p, bool conj) {
+    __m512d im = _mm512_set1_pd(p[1]);
+    if (conj) im = _mm512_xor_pd(im, _mm512_set1_pd(-0.0));
+    return {_mm512_set1_pd(p[0]), im};
+  }
+  static QV_INLINE D8T cst(double c, double s) { return {_mm512_set1_pd(c), _mm512_set1_pd(s)}; }
+};
+#endif
+
 // ---- transposing stores of the first step ----------------------------------------
 // a[k] holds output k of N consecutive columns p..p+N-1 (one per lane); the
 // outputs of column p+l go to dst[P*l + k]. Pairs (or fours) of k are put
@@ -445,6 +644,50 @@ QV_INLINE void store_transposed(const F4* a, float* dst) {
 }
 #endif
 
+#if defined(__AVX512F__)
+// Four lanes of four complex doubles: a 4 x 4 transpose of 128-bit
+// elements, two rounds of lane shuffles; a leftover radix below four goes
+// through the two halves.
+template <int P>
+QV_INLINE void store_transposed(const D4* a, double* dst) {
+  int k = 0;
+  for (; k + 3 < P; k += 4) {
+    const __m512d t0 = _mm512_shuffle_f64x2(a[k].v, a[k + 1].v, 0x44), t1 = _mm512_shuffle_f64x2(a[k].v, a[k + 1].v, 0xEE);
+    const __m512d t2 = _mm512_shuffle_f64x2(a[k + 2].v, a[k + 3].v, 0x44),
+                  t3 = _mm512_shuffle_f64x2(a[k + 2].v, a[k + 3].v, 0xEE);
+    _mm512_storeu_pd(dst + 2 * k, _mm512_shuffle_f64x2(t0, t2, 0x88));
+    _mm512_storeu_pd(dst + 2 * (P + k), _mm512_shuffle_f64x2(t0, t2, 0xDD));
+    _mm512_storeu_pd(dst + 2 * (2 * P + k), _mm512_shuffle_f64x2(t1, t3, 0x88));
+    _mm512_storeu_pd(dst + 2 * (3 * P + k), _mm512_shuffle_f64x2(t1, t3, 0xDD));
+  }
+  if constexpr (P % 4 != 0) {
+    constexpr int R = P % 4;
+    D2 lo[R], hi[R];
+    for (int i = 0; i < R; ++i) {
+      lo[i] = a[k + i].lo();
+      hi[i] = a[k + i].hi();
+    }
+    // lanes 0, 1 of the leftover outputs, then lanes 2, 3
+    for (int l = 0; l < 2; ++l)
+      for (int i = 0; i < R; ++i) {
+        lo[i].store_lane(dst + 2 * (P * l + k + i), l);
+        hi[i].store_lane(dst + 2 * (P * (l + 2) + k + i), l);
+      }
+  }
+}
+// Eight lanes of complex floats: each half as F4 lanes.
+template <int P>
+QV_INLINE void store_transposed(const F8* a, float* dst) {
+  F4 lo[P], hi[P];
+  for (int k = 0; k < P; ++k) {
+    lo[k] = a[k].lo();
+    hi[k] = a[k].hi();
+  }
+  store_transposed<P>(lo, dst);
+  store_transposed<P>(hi, dst + 2 * 4 * P);
+}
+#endif
+
 // ---- scalar complex and split complex ---------------------------------------
 template <class R>
 struct SC {
@@ -474,23 +717,39 @@ template <class R> struct Tw<SC<R>> {
 };
 
 // ---- the vector set of each precision on this instruction set --------------
+// W the widest vector, H half of it (W itself below 512 bits), O one complex.
 template <class R> struct VecSet;
-#if defined(__AVX2__)
+#if defined(__AVX512F__)
 template <> struct VecSet<double> {
-  using W = D2;  // widest
-  using O = D1;  // one complex
+  using W = D4;
+  using H = D2;
+  using O = D1;
+};
+template <> struct VecSet<float> {
+  using W = F8;
+  using H = F4;
+  using O = F1;
+};
+#elif defined(__AVX2__)
+template <> struct VecSet<double> {
+  using W = D2;
+  using H = D2;
+  using O = D1;
 };
 template <> struct VecSet<float> {
   using W = F4;
+  using H = F4;
   using O = F1;
 };
 #else
 template <> struct VecSet<double> {
   using W = D1;
+  using H = D1;
   using O = D1;
 };
 template <> struct VecSet<float> {
   using W = F2;
+  using H = F2;
   using O = F1;
 };
 #endif
