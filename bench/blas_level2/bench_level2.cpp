@@ -1,5 +1,6 @@
 // Level 2 against OpenBLAS, side by side in one run, both on one thread:
-// dgemv (both letters), dsymv, dger and zgemv at n from 100 to 4000.
+// dgemv (both letters), dsymv (both triangles), dger, zgemv and zhemv at n
+// from 100 to 4000.
 // Figures are GB/s of matrix traffic (A read once; ger reads and writes it;
 // symv reads one triangle) and the ratio OpenBLAS time / qor time.
 //
@@ -22,6 +23,7 @@ using Dgemv = void(int, int, int, int, double, const double*, int, const double*
 using Dsymv = void(int, int, int, double, const double*, int, const double*, int, double, double*, int);
 using Dger = void(int, int, int, double, const double*, int, const double*, int, double*, int);
 using Zgemv = void(int, int, int, int, const void*, const void*, int, const void*, int, const void*, void*, int);
+using Zhemv = void(int, int, int, const void*, const void*, int, const void*, int, const void*, void*, int);
 
 std::vector<double> filled(std::size_t n, double seed) {
   std::vector<double> v(n);
@@ -67,6 +69,7 @@ int main(int argc, char** argv) {
   auto* o_dsymv = ob.fn<Dsymv>("cblas_dsymv");
   auto* o_dger = ob.fn<Dger>("cblas_dger");
   auto* o_zgemv = ob.fn<Zgemv>("cblas_zgemv");
+  auto* o_zhemv = ob.fn<Zhemv>("cblas_zhemv");
   std::printf("Level 2, one thread, GB/s of matrix traffic; ratio = OpenBLAS time / qor time (cpu path %s)\n",
               qor_cpu_path_name(qor_get_cpu_path()));
   std::vector<int> sizes = quick ? std::vector<int>{100, 300, 1000, 3000}
@@ -88,13 +91,13 @@ int main(int argc, char** argv) {
       }, sec);
       line(tr == CblasNoTrans ? "dgemv N" : "dgemv T", n, 8 * nn, ours, 8 * nn / 1e9, ob.label(), peer);
     }
-    {
+    for (auto ul : {CblasLower, CblasUpper}) {
       const auto [ours, peer] = side_by_side(
-          o_dsymv != nullptr, [&] { cblas_dsymv(CblasColMajor, CblasLower, n, 1.0, a.data(), n, x.data(), 1, 0.5, y.data(), 1); },
+          o_dsymv != nullptr, [&] { cblas_dsymv(CblasColMajor, ul, n, 1.0, a.data(), n, x.data(), 1, 0.5, y.data(), 1); },
           [&] {
-        o_dsymv(CblasColMajor, CblasLower, n, 1.0, a.data(), n, x.data(), 1, 0.5, y.data(), 1);
+        o_dsymv(CblasColMajor, ul, n, 1.0, a.data(), n, x.data(), 1, 0.5, y.data(), 1);
       }, sec);
-      line("dsymv L", n, 8 * nn, ours, 4 * nn / 1e9, ob.label(), peer);
+      line(ul == CblasLower ? "dsymv L" : "dsymv U", n, 8 * nn, ours, 4 * nn / 1e9, ob.label(), peer);
     }
     {
       // alpha small so that repeated updates stay bounded.
@@ -119,6 +122,14 @@ int main(int argc, char** argv) {
         }, sec);
         line(tr == CblasNoTrans ? "zgemv N" : "zgemv C", n, 16 * nn, ours, 16 * nn / 1e9, ob.label(), peer);
       }
+      const auto [ours, peer] = side_by_side(
+          o_zhemv != nullptr, [&] {
+        cblas_zhemv(CblasColMajor, CblasLower, n, &al, za.data(), n, zx.data(), 1, &be, zy.data(), 1);
+      },
+          [&] {
+        o_zhemv(CblasColMajor, CblasLower, n, &al, za.data(), n, zx.data(), 1, &be, zy.data(), 1);
+      }, sec);
+      line("zhemv L", n, 16 * nn, ours, 8 * nn / 1e9, ob.label(), peer);
     }
   }
   return 0;

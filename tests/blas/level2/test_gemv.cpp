@@ -40,12 +40,6 @@ void check_gemv(char op, i64 m, i64 n, i64 incx, i64 incy, T alpha, T beta, qor:
 
 }  // namespace
 
-// The general product has Zen-class and 512-bit bodies: both must be
-// reached on their paths.
-inline qor::test::TunedOn gemv_bodies() {
-  return qor::test::TunedOn::paths({QOR_CPU_PATH_ZEN, QOR_CPU_PATH_AVX512});
-}
-
 TYPED_TEST(Gemv, SizesLettersAndStrides) {
   using T = TypeParam;
   qor::test::Rng rng(7);
@@ -70,7 +64,7 @@ TYPED_TEST(Gemv, SizesLettersAndStrides) {
           check_gemv<T>(op, 701, 403, -2, 3, value<T>(rng), value<T>(rng), rng);
         }
       },
-      gemv_bodies());
+      tuned_bodies());
 }
 
 TYPED_TEST(Gemv, BetaAndAlphaRules) {
@@ -121,7 +115,7 @@ TYPED_TEST(Gemv, WorkVectorAndFallback) {
         for (char op : {'N', 'T', 'C'})
           for (i64 inc : {2, -2}) check_gemv<T>(op, 1000, 19, inc, inc, value<T>(rng), value<T>(rng), rng, true);
       },
-      gemv_bodies());
+      tuned_bodies());
 }
 
 TYPED_TEST(Gemv, TwoProductsInOnePass) {
@@ -214,7 +208,7 @@ TEST(GemvPaths, EveryBodyAgrees) {
           results.push_back(y);
         }
       },
-      gemv_bodies());
+      tuned_bodies());
   for (std::size_t i = 2; i < results.size(); ++i) EXPECT_LE(maxdiff(results[i], results[i % 2]), 1e-13);
 }
 

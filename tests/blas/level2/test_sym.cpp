@@ -1,7 +1,11 @@
 // Symmetric and Hermitian products (full, packed, band) and the general
-// band product against dense references: both triangles, folded letters,
-// sizes across the column groups and 128, strides of both signs, every
-// band width, beta rules and the fallback when no memory is given.
+// band product against dense references, on every processor path: both
+// triangles, folded letters, sizes across the column groups and 128,
+// triangles that come from memory, strides of both signs, every band width,
+// beta rules and the fallback when no memory is given; and the reproducible
+// mode's bits on the 512-bit path.
+#include <cstring>
+
 #include "calls.h"
 
 using namespace l2t;
@@ -59,34 +63,94 @@ void check_sym(Form form, char uplo, i64 n, i64 k, i64 incx, i64 incy, qor::test
 TYPED_TEST(Sym, FullPackedAndBand) {
   using T = TypeParam;
   qor::test::Rng rng(21);
-  for (Form f : {Form::Full, Form::Packed})
-    for (char uplo : {'U', 'u', 'L', 'l', 'X'})
-      for (i64 n : {1, 2, 3, 4, 5, 6, 7, 8, 9, 12, 13, 17, 31, 64, 129}) check_sym<T>(f, uplo, n, 0, 1, 1, rng);
-  for (char uplo : {'U', 'L'})
-    for (i64 n : {1, 5, 9})
-      for (i64 k = 0; k <= n + 1; ++k) check_sym<T>(Form::Band, uplo, n, k, 1, 1, rng);
-  for (Form f : {Form::Full, Form::Packed, Form::Band})
-    for (char uplo : {'U', 'L'})
-      for (i64 incx : {1, 2, -1, -3})
-        for (i64 incy : {1, -2, 3}) check_sym<T>(f, uplo, 37, 5, incx, incy, rng);
+  qor::test::on_every_path(
+      [&](int) {
+        for (Form f : {Form::Full, Form::Packed})
+          for (char uplo : {'U', 'u', 'L', 'l', 'X'})
+            for (i64 n : {1, 2, 3, 4, 5, 6, 7, 8, 9, 12, 13, 16, 17, 31, 33, 64, 129})
+              check_sym<T>(f, uplo, n, 0, 1, 1, rng);
+        for (char uplo : {'U', 'L'})
+          for (i64 n : {1, 5, 9})
+            for (i64 k = 0; k <= n + 1; ++k) check_sym<T>(Form::Band, uplo, n, k, 1, 1, rng);
+        for (Form f : {Form::Full, Form::Packed, Form::Band})
+          for (char uplo : {'U', 'L'})
+            for (i64 incx : {1, 2, -1, -3})
+              for (i64 incy : {1, -2, 3}) check_sym<T>(f, uplo, 37, 5, incx, incy, rng);
+      },
+      tuned_bodies());
+}
+
+// Triangles of more than 8 MiB, which come from memory and whose columns
+// are fetched ahead on the 512-bit path.
+TYPED_TEST(Sym, LargeTriangles) {
+  using T = TypeParam;
+  qor::test::Rng rng(25);
+  const i64 n = cplx<T> ? 1100 : sizeof(T) == 8 ? 1500 : 2100;
+  qor::test::on_every_path(
+      [&](int) {
+        for (Form f : {Form::Full, Form::Packed})
+          for (char uplo : {'U', 'L'}) check_sym<T>(f, uplo, n, 0, 1, 1, rng);
+      },
+      tuned_bodies());
 }
 
 TYPED_TEST(Sym, WorkVectorsAndFallback) {
   using T = TypeParam;
   qor::test::Rng rng(22);
-  for (Form f : {Form::Full, Form::Packed}) {
-    // Up to 128 the stack serves, above it each strided vector allocates.
-    for (i64 n : {128, 129}) {
-      qor::test::AllocWatch watch;
-      check_sym<T>(f, 'L', n, 0, 2, -3, rng);
-      EXPECT_EQ(watch.allocations(), n > 128 ? 2 : 0);
-    }
+  qor::test::on_every_path(
+      [&](int) {
+        for (Form f : {Form::Full, Form::Packed}) {
+          // Up to 128 the stack serves, above it each strided vector allocates.
+          for (i64 n : {128, 129}) {
+            qor::test::AllocWatch watch;
+            check_sym<T>(f, 'L', n, 0, 2, -3, rng);
+            EXPECT_EQ(watch.allocations(), n > 128 ? 2 : 0);
+          }
+          for (char uplo : {'U', 'L'}) {
+            check_sym<T>(f, uplo, 1000, 0, 2, -1, rng, 1);
+            check_sym<T>(f, uplo, 1000, 0, -2, 3, rng, 2);
+          }
+          check_sym<T>(f, 'L', 300, 0, 1, 2, rng, 2);
+        }
+      },
+      tuned_bodies());
+}
+
+// In a reproducible mode a 512-bit machine computes what the Zen path
+// does, bit for bit, in both triangles and both storages (the 512-bit body
+// would sum in another order).
+TEST(SymPaths, ReproducibleModeGivesTheZenBits) {
+  if (!qor_cpu_path_supported(QOR_CPU_PATH_AVX512)) GTEST_SKIP() << "no 512-bit path on this machine";
+  const i64 n = 203, lda = 205, one = 1;
+  auto run = [&](auto tag, int path) {
+    using T = decltype(tag);
+    qor::test::Rng r(26);
+    auto a = random<T>(lda * n, r);
+    auto x = random<T>(n, r);
+    std::vector<std::vector<T>> out;
+    qor::test::PathGuard guard(path);
     for (char uplo : {'U', 'L'}) {
-      check_sym<T>(f, uplo, 1000, 0, 2, -1, rng, 1);
-      check_sym<T>(f, uplo, 1000, 0, -2, 3, rng, 2);
+      auto y = random<T>(n, r), yp = y;
+      T alpha = value<T>(r), beta = value<T>(r);
+      Calls<T>::symv(&uplo, &n, &alpha, a.data(), &lda, x.data(), &one, &beta, y.data(), &one);
+      Calls<T>::spmv(&uplo, &n, &alpha, a.data(), x.data(), &one, &beta, yp.data(), &one);
+      out.push_back(y);
+      out.push_back(yp);
     }
-    check_sym<T>(f, 'L', 300, 0, 1, 2, rng, 2);
-  }
+    return out;
+  };
+  auto same = [&](auto tag) {
+    const auto zen = run(tag, QOR_CPU_PATH_ZEN);
+    const auto wide = run(tag, QOR_CPU_PATH_AVX512);
+    for (std::size_t k = 0; k < zen.size(); ++k)
+      EXPECT_EQ(0, std::memcmp(zen[k].data(), wide[k].data(), zen[k].size() * sizeof(zen[k][0]))) << k;
+  };
+  qor_set_cbwr(2);
+  same(1.0f);
+  same(1.0);
+  same(c32());
+  same(c64());
+  qor_set_cbwr(1);
 }
 
 TYPED_TEST(Sym, BetaAlphaAndNaN) {

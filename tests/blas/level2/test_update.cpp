@@ -1,7 +1,11 @@
 // Rank-one and rank-two updates (ger, gerc, geru, syr, spr, syr2, spr2 and
 // the Hermitian forms) against plain references: both triangles, strides
 // of both signs, the elements outside the triangle left alone, the zero
-// rules and the fallback when no memory is given.
+// rules and the fallback when no memory is given; the general update on
+// every processor path, matrices that come from memory included, and its
+// bits in the reproducible mode.
+#include <cstring>
+
 #include "calls.h"
 
 using namespace l2t;
@@ -94,20 +98,94 @@ void check_syr(bool two, bool packed, char uplo, i64 n, i64 incx, i64 incy, qor:
 TYPED_TEST(Update, General) {
   using T = TypeParam;
   qor::test::Rng rng(31);
-  for (bool first : {true, false})
-    for (i64 m : {1, 2, 3, 7, 8, 9, 16, 17, 128, 129})
-      for (i64 n : {1, 2, 5}) check_ger<T>(first, m, n, 1, 1, rng);
-  for (bool first : {true, false})
-    for (i64 incx : {1, 2, -1, -3})
-      for (i64 incy : {1, -2, 3}) check_ger<T>(first, 131, 7, incx, incy, rng);
-  for (int fail : {1, 2})
-    for (i64 incx : {2, -2}) check_ger<T>(true, 1000, 5, incx, -1, rng, fail);
-  // m of 128 strided uses the stack; 129 allocates once.
-  for (i64 m : {128, 129}) {
-    qor::test::AllocWatch watch;
-    check_ger<T>(true, m, 3, 2, 1, rng);
-    EXPECT_EQ(watch.allocations(), m > 128 ? 1 : 0);
-  }
+  qor::test::on_every_path(
+      [&](int) {
+        for (bool first : {true, false})
+          for (i64 m : {1, 2, 3, 7, 8, 9, 16, 17, 31, 33, 128, 129})
+            for (i64 n : {1, 2, 3, 4, 5, 9}) check_ger<T>(first, m, n, 1, 1, rng);
+        for (bool first : {true, false})
+          for (i64 incx : {1, 2, -1, -3})
+            for (i64 incy : {1, -2, 3}) check_ger<T>(first, 131, 7, incx, incy, rng);
+        for (int fail : {1, 2})
+          for (i64 incx : {2, -2}) check_ger<T>(true, 1000, 5, incx, -1, rng, fail);
+        // m of 128 strided uses the stack; 129 allocates once.
+        for (i64 m : {128, 129}) {
+          qor::test::AllocWatch watch;
+          check_ger<T>(true, m, 3, 2, 1, rng);
+          EXPECT_EQ(watch.allocations(), m > 128 ? 1 : 0);
+        }
+        // A matrix of more than 8 MiB, written ahead on the 512-bit path.
+        check_ger<T>(true, 1100, cplx<T> ? 500 : sizeof(T) == 8 ? 1000 : 2000, 1, -1, rng);
+      },
+      tuned_bodies());
+}
+
+// Columns whose y element is zero are not touched: NaN and infinity in x
+// stay out of them, and the columns around them are still updated, however
+// the zeros fall among the groups of columns.
+TYPED_TEST(Update, GeneralSkipsZeroColumns) {
+  using T = TypeParam;
+  using R = real_t<T>;
+  qor::test::Rng rng(34);
+  qor::test::on_every_path(
+      [&](int) {
+        const i64 m = 37, n = 11, lda = 40, one = 1;
+        auto x = random<T>(m, rng);
+        x[3] = T(std::numeric_limits<R>::quiet_NaN());
+        x[20] = T(std::numeric_limits<R>::infinity());
+        auto y = random<T>(n, rng);
+        for (i64 j : {0, 2, 3, 7}) y[j] = T(0);
+        auto a = random<T>(lda * n, rng);
+        const auto before = a;
+        T alpha = value<T>(rng);
+        Calls<T>::geru(&m, &n, &alpha, x.data(), &one, y.data(), &one, a.data(), &lda);
+        for (i64 j = 0; j < n; ++j) {
+          const bool zero = y[j] == T(0);
+          for (i64 i = 0; i < m; ++i) {
+            const T v = a[i + j * lda];
+            if (zero) {
+              EXPECT_EQ(diff(v, before[i + j * lda]), 0.0) << i << " " << j;
+            } else if (i == 3 || i == 20) {
+              EXPECT_FALSE(std::isfinite(std::abs(static_cast<c64>(v)))) << i << " " << j;
+            } else {
+              EXPECT_LE(diff(v, before[i + j * lda] + alpha * x[i] * y[j]), tol<T>(2)) << i << " " << j;
+            }
+          }
+          // Rows past m are never written.
+          for (i64 i = m; i < lda; ++i) EXPECT_EQ(diff(a[i + j * lda], before[i + j * lda]), 0.0);
+        }
+      },
+      tuned_bodies());
+}
+
+// In a reproducible mode a 512-bit machine gives the Zen path's bits.
+TEST(UpdatePaths, ReproducibleModeGivesTheZenBits) {
+  if (!qor_cpu_path_supported(QOR_CPU_PATH_AVX512)) GTEST_SKIP() << "no 512-bit path on this machine";
+  const i64 m = 203, n = 37, lda = 205, one = 1;
+  auto run = [&](auto tag, int path) {
+    using T = decltype(tag);
+    qor::test::Rng r(35);
+    auto a = random<T>(lda * n, r), b = a;
+    auto x = random<T>(m, r);
+    auto y = random<T>(n, r);
+    T alpha = value<T>(r);
+    qor::test::PathGuard guard(path);
+    Calls<T>::ger(&m, &n, &alpha, x.data(), &one, y.data(), &one, a.data(), &lda);
+    Calls<T>::geru(&m, &n, &alpha, x.data(), &one, y.data(), &one, b.data(), &lda);
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+  };
+  auto same = [&](auto tag) {
+    const auto zen = run(tag, QOR_CPU_PATH_ZEN);
+    const auto wide = run(tag, QOR_CPU_PATH_AVX512);
+    EXPECT_EQ(0, std::memcmp(zen.data(), wide.data(), zen.size() * sizeof(zen[0])));
+  };
+  qor_set_cbwr(2);
+  same(1.0f);
+  same(1.0);
+  same(c32());
+  same(c64());
+  qor_set_cbwr(1);
 }
 
 TYPED_TEST(Update, SymmetricAndHermitian) {

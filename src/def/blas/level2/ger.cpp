@@ -9,11 +9,13 @@ using l2::i64;
 
 namespace {
 
-// A += alpha x op(y)^T with x contiguous, column by column. A column whose
-// y element is zero is left alone.
+// A += alpha x op(y)^T with x contiguous, column by column (the 512-bit
+// body where it serves, wide.h). A column whose y element is zero is left
+// alone.
 template <class T, bool Conj>
 void ger_kernel(i64 m, i64 n, T alpha, const T* x, const T* y, i64 incy, T* a, i64 lda) {
   if (m < 1 || n < 1) return;
+  if (l2::wide_body()) return qor::avx512::l2w::ger<T, Conj>(m, n, alpha, x, y, incy, a, lda);
   for (i64 j = 0; j < n; ++j) {
     const T yj = y[j * incy];
     if (l2c::is_zero(yj)) continue;

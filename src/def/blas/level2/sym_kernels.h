@@ -151,7 +151,7 @@ inline void sym_group(i64 n, i64 j, T alpha, Lay lay, const T* x, T* y) {
 // n x n symmetric (Hermitian) matrix, x and y contiguous. With k = 0 this is
 // the whole product; a larger k runs a trailing slice of the columns.
 template <class T, bool Herm, bool Lower, class Lay>
-void symv_kernel(i64 n, i64 k, T alpha, Lay lay, const T* x, T* y) {
+void symv_kernel_body(i64 n, i64 k, T alpha, Lay lay, const T* x, T* y) {
   i64 j = k < 0 ? 0 : k;
   if constexpr (!is_complex_v<T>) {
     for (; j + 6 <= n; j += 6) sym_group<T, 6, Herm, Lower>(n, j, alpha, lay, x, y);
@@ -162,6 +162,38 @@ void symv_kernel(i64 n, i64 k, T alpha, Lay lay, const T* x, T* y) {
     j += 2;
   }
   if (n - j >= 1) sym_group<T, 1, Herm, Lower>(n, j, alpha, lay, x, y);
+}
+
+// The storage of a layout, as the 512-bit bodies name it.
+template <class P>
+inline ::qor::avx512::l2w::Stored stored_of(const LayGe<P>& l, i64& ld) {
+  ld = l.lda;
+  return ::qor::avx512::l2w::Stored::full;
+}
+template <class P>
+inline ::qor::avx512::l2w::Stored stored_of(const LayPl<P>& l, i64& ld) {
+  ld = l.n;
+  return ::qor::avx512::l2w::Stored::packed_lower;
+}
+template <class P>
+inline ::qor::avx512::l2w::Stored stored_of(const LayPu<P>& l, i64& ld) {
+  ld = l.ld;
+  return ::qor::avx512::l2w::Stored::packed_upper;
+}
+
+// By the body that serves: the 512-bit one takes the symmetric real and
+// Hermitian complex products (the only ones the entries make) in every
+// storage.
+template <class T, bool Herm, bool Lower, class Lay>
+void symv_kernel(i64 n, i64 k, T alpha, Lay lay, const T* x, T* y) {
+  if constexpr (Herm == is_complex_v<T>) {
+    if (wide_body()) {
+      i64 ld = 0;
+      const auto st = stored_of(lay, ld);
+      return ::qor::avx512::l2w::symv<T, Lower>(n, k, alpha, st, lay.a, ld, x, y);
+    }
+  }
+  symv_kernel_body<T, Herm, Lower>(n, k, alpha, lay, x, y);
 }
 
 // ---- gem2v: y1 += alpha A x1, y2 += alpha op(A)^T x2 in one pass ----------

@@ -5,46 +5,14 @@
 // serve.
 #include "blas/level2/wide.h"
 
-#include <immintrin.h>
-
-// GCC 12 reports the undefined pass-through operand of its own 512-bit
-// reductions and permutes as uninitialised.
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-
-#include <complex>
-#include <cstdint>
-
-#include "blas/level2/common.h"
-#include "frame/prefetch.h"
-#include "frame/zmm.h"
-#include "frame/types.h"
+#include "blas/level2/wide_common.h"
 
 QOR_ISA_BEGIN
 namespace l2w {
 namespace {
 
-using i64 = std::int64_t;
-
-template <class T> inline constexpr bool kComplex = is_complex_v<T>;
-template <class T> inline constexpr i64 kE = kComplex<T> ? 2 : 1;
-
 // Complex product by the plain formula, as the other bodies form it.
 using l2c::mul;
-
-// Matrices above this many bytes come from memory: their loops ask for
-// each line of every column ahead of use. Smaller ones come from the second
-// or third level, whose own prefetchers keep up with the eight column
-// streams; there the hints only take load slots (measured: a 2 MiB matrix
-// ran about a tenth slower with them).
-constexpr i64 kStreamBytes = i64{8} << 20;
-
-// Asks for the lines of `bytes` bytes of a column from p on, a prefetch
-// distance ahead (frame/prefetch.h).
-template <class R>
-inline void ahead(const R* p, i64 bytes) {
-  for (i64 b = 0; b < bytes; b += 64) prefetch_read(reinterpret_cast<const char*>(p) + b);
-}
 
 // ---- no transposition -----------------------------------------------------------
 
@@ -189,7 +157,7 @@ void t_group(i64 mr, const real_t<T>* const* col, const real_t<T>* x, T* sums) {
       for (int c = 0; c < NC; ++c) p[c] = Z::fma(Z::load(k, col[c] + o), xv, p[c]);
     }
   };
-  const auto all = static_cast<typename Z::mask>(~0u);
+  const auto all = all_lanes<R>();
   i64 i = 0;
   for (; i + U * L <= mr; i += U * L) {
     if constexpr (Ahead)

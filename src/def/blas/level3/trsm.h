@@ -47,17 +47,17 @@ inline Tri read_letters(const char* side, const char* uplo, const char* transa, 
 
 
 // ---- Blocking ------------------------------------------------------------------
-// The same bytes per block for every type: the cut of the right-hand side in
-// layer 1 is 128 columns of doubles.
+// The same bytes per block for every type: the slices of the right-hand
+// side that the leaves of the left cases solve at a time are 128 columns of
+// doubles. The left cases never cut the right-hand side otherwise: each
+// GEMM update spans all of it, so each panel of A is packed once.
 template <class T>
 struct TrsmBlocks {
   static constexpr i64 entry_tri_left = 1024;   // triangle blocks of the left cases
-  static constexpr i64 entry_rhs_left_n = 512;  // right-hand side, left without transposition
-  static constexpr i64 entry_rhs_left_t = 256;  // right-hand side, left with transposition
   static constexpr i64 entry_rhs_right = 1024;  // rows of B, right cases
   static constexpr i64 entry_tri_right = 256;   // triangle blocks of the right cases
   static constexpr i64 l1_tri = 1024;
-  static constexpr i64 l1_rhs = 1024 / static_cast<i64>(sizeof(T));
+  static constexpr i64 leaf_rhs = 1024 / static_cast<i64>(sizeof(T));
   static constexpr i64 l1_right_tri = 128;  // triangle blocks of the right cases
   static constexpr i64 l2_tri = 256;
   static constexpr i64 leaf = 64;
@@ -71,11 +71,14 @@ inline constexpr i64 kChunk = 64;
 // Solves the whole problem by cutting the triangle into blocks of `tb` and
 // the right-hand side into blocks of `rb`, visiting the diagonal blocks in
 // the order that solves each after the blocks it depends on: `inner(mm, nn,
-// a_diag, b_block)` solves a diagonal block, and GEMM removes its part from
-// the rest of B. `nt` is the text of the untransposed GEMM operand.
+// a_diag, b_block)` solves a diagonal block, in slices of `sb` of the
+// right-hand side, and one GEMM per block removes its part from the rest of
+// B over the whole width rb, so that the GEMM packs each panel of A once per
+// block of rb, not once per slice. `nt` is the text of the untransposed
+// GEMM operand.
 template <class T, class Inner>
-void sweep(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb, i64 tb, i64 rb, const char* nt,
-           Inner&& inner) {
+void sweep(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb, i64 tb, i64 rb, i64 sb,
+           const char* nt, Inner&& inner) {
   const i64 tri = t.left ? m : n, rhs = t.left ? n : m;
   if (tri <= 0 || rhs <= 0) return;
   // Left: forward when op(A) is lower. Right: forward when op(A) is upper.
@@ -91,14 +94,14 @@ void sweep(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb, i64 t
       const i64 q0 = fwd ? p1 : 0, q1 = fwd ? tri : p0;  // the part of B still to update
       if (t.left) {
         T* bd = b + p0 + r0 * ldb;
-        inner(w, rw, ad, bd);
+        for (i64 s0 = 0; s0 < rw; s0 += sb) inner(w, min_i(sb, rw - s0), ad, bd + s0 * ldb);
         if (q1 > q0) {
           gemm<T>(ta, nt, q1 - q0, rw, w, T(-1), op_block(a, lda, t.trans, q0, p0), lda, bd, ldb, T(1),
                   b + q0 + r0 * ldb, ldb);
         }
       } else {
         T* bd = b + r0 + p0 * ldb;
-        inner(rw, w, ad, bd);
+        for (i64 s0 = 0; s0 < rw; s0 += sb) inner(min_i(sb, rw - s0), w, ad, bd + s0);
         if (q1 > q0) {
           gemm<T>(nt, ta, rw, q1 - q0, w, T(-1), bd, ldb, op_block(a, lda, t.trans, p0, q0), lda, T(1),
                   b + r0 + q0 * ldb, ldb);
@@ -420,28 +423,30 @@ void solve_leaf(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) 
 }
 
 // Layer 2: blocks of 256 of the triangle, each cut again into leaf blocks of
-// 64, with GEMM between.
+// 64, with GEMM between. On the left the leaf blocks are solved on slices
+// of 128 columns of B (of doubles, the same bytes for the other types),
+// which stay in cache through the leaves, while the GEMM below each block
+// of 256 spans the whole width: its panel of A is packed once.
 template <class T>
 void layer2(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
   using B = TrsmBlocks<T>;
-  sweep<T>(t, m, n, a, lda, b, ldb, B::l2_tri, B::whole, kNoTrans, [&](i64 mm, i64 nn, const T* ad, T* bd) {
-    sweep<T>(t, mm, nn, ad, lda, bd, ldb, B::leaf, B::whole, kNoTrans,
+  const i64 sb = t.left ? B::leaf_rhs : B::whole;
+  sweep<T>(t, m, n, a, lda, b, ldb, B::l2_tri, B::whole, sb, kNoTrans, [&](i64 mm, i64 nn, const T* ad, T* bd) {
+    sweep<T>(t, mm, nn, ad, lda, bd, ldb, B::leaf, B::whole, B::whole, kNoTrans,
              [&](i64 m2, i64 n2, const T* a2, T* b2) { solve_leaf<T>(t, m2, n2, a2, lda, b2, ldb); });
   });
 }
 
-// Layer 1: B in blocks of 128 columns. On the left these are right-hand
-// sides (128 columns of doubles, the same bytes for the other types) and
-// the triangle is cut in blocks of 1024; on the right they are columns of
-// the triangle, and the rows of B stay whole, so that the GEMM updates
-// between them keep the long dimension of B.
+// Layer 1: the triangle in blocks of 1024 on the left, of 128 on the right,
+// where the rows of B stay whole, so that the GEMM updates between them keep
+// the long dimension of B. B is not cut: layer 2 slices it for its leaves.
 template <class T>
 void layer1(const Tri& t, i64 m, i64 n, const T* a, i64 lda, T* b, i64 ldb) {
   using B = TrsmBlocks<T>;
   // The GEMM letter texts are read by their first letter only; this one is
   // misspelt and has always worked the same.
-  const i64 tb = t.left ? B::l1_tri : B::l1_right_tri, rb = t.left ? B::l1_rhs : B::whole;
-  sweep<T>(t, m, n, a, lda, b, ldb, tb, rb, "No tranpose",
+  const i64 tb = t.left ? B::l1_tri : B::l1_right_tri;
+  sweep<T>(t, m, n, a, lda, b, ldb, tb, B::whole, B::whole, "No tranpose",
            [&](i64 mm, i64 nn, const T* ad, T* bd) { layer2<T>(t, mm, nn, ad, lda, bd, ldb); });
 }
 
@@ -540,12 +545,12 @@ void trsm(const Tri& t, i64 m, i64 n, T alpha, const T* a, i64 lda, T* b, i64 ld
   i64 tb, rb;
   if (t.left) {
     tb = B::entry_tri_left;
-    rb = t.trans ? B::entry_rhs_left_t : B::entry_rhs_left_n;
+    rb = B::whole;
   } else {
     tb = B::entry_tri_right;
     rb = B::entry_rhs_right;
   }
-  sweep<T>(t, m, n, a, lda, b, ldb, tb, rb, kNoTrans,
+  sweep<T>(t, m, n, a, lda, b, ldb, tb, rb, B::whole, kNoTrans,
            [&](i64 mm, i64 nn, const T* ad, T* bd) { layer1<T>(t, mm, nn, ad, lda, bd, ldb); });
 }
 
