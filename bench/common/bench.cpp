@@ -44,6 +44,11 @@ std::string better_openblas_kernels(const std::string& chosen) {
 
 }  // namespace
 
+// A peer's own names bind first (RTLD_DEEPBIND): its CBLAS layer calls its
+// Fortran names (BLIS's cblas_dgemm calls dgemm_), which would otherwise
+// resolve to ours, loaded before it in the process, and time our code.
+constexpr int kPeerOpen = RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND;
+
 Peer::Peer(const char* label, const char* const* files, const char* const* set_aside) : label_(label) {
   // Take the pinning variables out of the environment while the peer loads
   // and settles its kernel choice; OpenBLAS makes it when loaded, BLIS on
@@ -59,7 +64,7 @@ Peer::Peer(const char* label, const char* const* files, const char* const* set_a
   }
   const char* file = nullptr;
   for (; *files != nullptr && handle_ == nullptr; ++files) {
-    handle_ = dlopen(*files, RTLD_NOW | RTLD_LOCAL);
+    handle_ = dlopen(*files, kPeerOpen);
     file = *files;
   }
   if (handle_ != nullptr) describe();
@@ -76,7 +81,7 @@ Peer::Peer(const char* label, const char* const* files, const char* const* set_a
       const std::string first = kernels_;
       dlclose(handle_);
       setenv("OPENBLAS_CORETYPE", better.c_str(), 1);
-      handle_ = dlopen(file, RTLD_NOW | RTLD_LOCAL);
+      handle_ = dlopen(file, kPeerOpen);
       unsetenv("OPENBLAS_CORETYPE");
       if (handle_ != nullptr) describe();
       note += std::string(note.empty() ? "" : "; ") + "took " + first +
