@@ -200,6 +200,7 @@ std::string path_isa(int path, int* bits) {
     case QOR_CPU_PATH_BARCELONA: isa = "SSE3"; break;
     case QOR_CPU_PATH_BULLDOZER: b = 256; isa = "AVX/FMA"; break;
     case QOR_CPU_PATH_ZEN: b = 256; isa = "AVX2/FMA"; break;
+    case QOR_CPU_PATH_AVX512: b = 512; isa = "AVX-512/FMA"; break;
     default: break;
   }
   if (bits != nullptr) *bits = b;
