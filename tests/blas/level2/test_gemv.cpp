@@ -233,16 +233,5 @@ TEST(GemvPaths, ReproducibleModeGivesTheZenBits) {
     }
     return out;
   };
-  auto same = [&](auto tag) {
-    const auto zen = run(tag, QOR_CPU_PATH_ZEN);
-    const auto wide = run(tag, QOR_CPU_PATH_AVX512);
-    for (std::size_t k = 0; k < zen.size(); ++k)
-      EXPECT_EQ(0, std::memcmp(zen[k].data(), wide[k].data(), zen[k].size() * sizeof(zen[k][0]))) << k;
-  };
-  qor_set_cbwr(2);
-  same(1.0f);
-  same(1.0);
-  same(c32());
-  same(c64());
-  qor_set_cbwr(1);
+  expect_zen_bits_in_reproducible_mode(run);
 }
