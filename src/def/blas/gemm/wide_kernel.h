@@ -152,48 +152,43 @@ template <class T>
 using TileKernel = void (*)(i64, const real_t<T>*, const real_t<T>*, real_t<T>*, i64, typename zmm<real_t<T>>::mask,
                             bool, const real_t<T>*);
 
-// Every kernel of a tile of 1..V row registers by 1..NR columns, indexed
-// [row registers - 1][columns - 1]: the edge tiles run the same steps as the
-// full one on fewer registers.
-template <class T>
-struct KernelTable {
-  TileKernel<T> at[Tile<T>::V][Tile<T>::NR];
+// Every kernel of a family for a tile of 1..V row registers by 1..NR
+// columns, indexed [row registers - 1][columns - 1]: the edge tiles run the
+// same steps as the full one on fewer registers. A family F names its
+// kernel of VU registers by NC columns as F::template of<T, VU, NC>().
+template <class T, class Fn>
+struct Table {
+  Fn at[Tile<T>::V][Tile<T>::NR];
 };
 
-template <class T, int VU, int... Q>
-constexpr void fill_row(KernelTable<T>& t, std::integer_sequence<int, Q...>) {
-  ((t.at[VU - 1][Q] = &tile_kernel<T, VU, Q + 1>), ...);
+template <class T, class F, class Fn, int VU, int... Q>
+constexpr void fill_row(Table<T, Fn>& t, std::integer_sequence<int, Q...>) {
+  ((t.at[VU - 1][Q] = F::template of<T, VU, Q + 1>()), ...);
 }
 
-template <class T, int... VI>
-constexpr KernelTable<T> make_table(std::integer_sequence<int, VI...>) {
-  KernelTable<T> t{};
-  (fill_row<T, VI + 1>(t, std::make_integer_sequence<int, Tile<T>::NR>{}), ...);
+template <class T, class F, class Fn, int... VI>
+constexpr Table<T, Fn> make_table(std::integer_sequence<int, VI...>) {
+  Table<T, Fn> t{};
+  (fill_row<T, F, Fn, VI + 1>(t, std::make_integer_sequence<int, Tile<T>::NR>{}), ...);
   return t;
 }
 
-template <class T>
-inline constexpr KernelTable<T> kKernels = make_table<T>(std::make_integer_sequence<int, Tile<T>::V>{});
-
-template <class T>
-struct DirectTable {
-  DirectKernel<T> at[Tile<T>::V][Tile<T>::NR];
+struct PackedFamily {
+  template <class T, int VU, int NC>
+  static constexpr TileKernel<T> of() { return &tile_kernel<T, VU, NC>; }
+};
+struct DirectFamily {
+  template <class T, int VU, int NC>
+  static constexpr DirectKernel<T> of() { return &direct_kernel<T, VU, NC>; }
 };
 
-template <class T, int VU, int... Q>
-constexpr void fill_direct_row(DirectTable<T>& t, std::integer_sequence<int, Q...>) {
-  ((t.at[VU - 1][Q] = &direct_kernel<T, VU, Q + 1>), ...);
-}
-
-template <class T, int... VI>
-constexpr DirectTable<T> make_direct_table(std::integer_sequence<int, VI...>) {
-  DirectTable<T> t{};
-  (fill_direct_row<T, VI + 1>(t, std::make_integer_sequence<int, Tile<T>::NR>{}), ...);
-  return t;
-}
+template <class T>
+inline constexpr Table<T, TileKernel<T>> kKernels =
+    make_table<T, PackedFamily, TileKernel<T>>(std::make_integer_sequence<int, Tile<T>::V>{});
 
 template <class T>
-inline constexpr DirectTable<T> kDirect = make_direct_table<T>(std::make_integer_sequence<int, Tile<T>::V>{});
+inline constexpr Table<T, DirectKernel<T>> kDirect =
+    make_table<T, DirectFamily, DirectKernel<T>>(std::make_integer_sequence<int, Tile<T>::V>{});
 
 }  // namespace gemm_wide
 QOR_ISA_END
